@@ -58,10 +58,13 @@ fuzz: deps
 	  -DSHADEPAINT_BUILD_BENCH=OFF -DSHADEPAINT_BUILD_TOOLS=OFF
 	cmake --build $(FUZZ_BUILD) -j $(JOBS)
 	@for f in $(FUZZ_BUILD)/fuzz/fuzz_*; do \
+	  [ -x "$$f" ] || continue; \
 	  corpus=fuzz/corpus/$$(basename $$f | sed 's/^fuzz_//'); work=$$(mktemp -d); \
-	  echo "== $$f ($(FUZZ_SECONDS)s)"; \
-	  $$f -max_total_time=$(FUZZ_SECONDS) -max_len=4096 -timeout=10 -rss_limit_mb=2048 $$work $$corpus \
-	    2>&1 | tail -n 3 || exit 1; rm -rf $$work; done
+	  echo "== $$(basename $$f) for $(FUZZ_SECONDS)s"; \
+	  if ! $$f -max_total_time=$(FUZZ_SECONDS) -max_len=4096 -timeout=10 -rss_limit_mb=2048 \
+	      $$work $$corpus > $$work.log 2>&1; then \
+	    tail -n 60 $$work.log; rm -rf $$work $$work.log; exit 1; fi; \
+	  tail -n 1 $$work.log; rm -rf $$work $$work.log; done
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) out
