@@ -23,9 +23,16 @@ inline int64_t wrap_mul(int64_t a, int64_t b) {
 inline int64_t wrap_shl(int64_t a, unsigned n) {
     return static_cast<int64_t>(static_cast<uint64_t>(a) << n);
 }
+inline int64_t wrap_add(int64_t a, int64_t b) {
+    return static_cast<int64_t>(static_cast<uint64_t>(a) + static_cast<uint64_t>(b));
+}
+inline int32_t low_word(int64_t v) {
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(v)));
+}
 }  // namespace detail
 
 // Raw values with a name; shifts by 26 and 0x4000000 appear nowhere else.
+// clang-format off
 constexpr int kKxFracBits = 26;
 constexpr int64_t kKxOne = 0x4000000;
 constexpr int64_t kKxHalf = 0x2000000;
@@ -35,6 +42,7 @@ constexpr int64_t kKxInt32MaxRaw = 0x1fffffffc000000;  // 2147483647.0
 constexpr int64_t kKxInt32MinRaw = static_cast<int64_t>(0xfe00000000000000ULL);  // -2^31
 constexpr int64_t kKxMaxRaw = 0x7fffffffffffffff;  // result of a division by zero
 constexpr float kKxToFloat = 1.0f / 67108864.0f;   // 2^-26, bits 0x32800000
+// clang-format on
 
 class KXFIX {
 public:
@@ -42,8 +50,8 @@ public:
 
     static constexpr KXFIX from_raw(int64_t raw) { return KXFIX{raw}; }
     static constexpr KXFIX from_int(int32_t v) {
-        return KXFIX{static_cast<int64_t>(static_cast<uint64_t>(static_cast<int64_t>(v))
-                                          << kKxFracBits)};
+        return KXFIX{
+            static_cast<int64_t>(static_cast<uint64_t>(static_cast<int64_t>(v)) << kKxFracBits)};
     }
     // Truncates toward zero, saturates at the 64-bit limits, NaN gives 0.
     static KXFIX from_float(float f) {
@@ -55,16 +63,14 @@ public:
     }
 
     // Halves round toward plus infinity; the low 32 bits are kept.
+    // The offset wraps like every sum of raw values, so that the division marker
+    // 0x7fffffffffffffff converts without overflow.
     int32_t round_int() const {
-        return static_cast<int32_t>(static_cast<uint32_t>(
-            static_cast<uint64_t>((m_raw + kKxHalf) >> kKxFracBits)));
+        return detail::low_word(detail::wrap_add(m_raw, kKxHalf) >> kKxFracBits);
     }
-    int32_t floor_int() const {
-        return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(m_raw >> kKxFracBits)));
-    }
+    int32_t floor_int() const { return detail::low_word(m_raw >> kKxFracBits); }
     int32_t ceil_int() const {
-        return static_cast<int32_t>(
-            static_cast<uint32_t>(static_cast<uint64_t>((m_raw + kKxJustBelowOne) >> kKxFracBits)));
+        return detail::low_word(detail::wrap_add(m_raw, kKxJustBelowOne) >> kKxFracBits);
     }
     // The one colour clamp of the system: 0..1 to 0..255, halves up.
     uint8_t to_byte() const {
@@ -116,7 +122,8 @@ public:
                 m_raw = is_small(m) ? wrap_mul(x >> 12, m) >> 14 : wrap_mul(x >> 12, m >> 12) >> 2;
             }
         } else {
-            m_raw = is_small(m) ? wrap_mul(x >> 20, m) >> 6 : wrap_shl(wrap_mul(x >> 20, m >> 12), 6);
+            m_raw =
+                is_small(m) ? wrap_mul(x >> 20, m) >> 6 : wrap_shl(wrap_mul(x >> 20, m >> 12), 6);
         }
         return *this;
     }
@@ -126,19 +133,20 @@ public:
         const int64_t x = a.m_raw, y = b.m_raw;
         if (y == 0) return KXFIX{kKxMaxRaw};
         if (static_cast<uint64_t>(x) + (1ULL << 36) < (1ULL << 37) + 1)
-            return KXFIX{(x << 26) / y};  // |x| <= 2^36: the shift can't overflow
+            // |x| <= 2^36 loses nothing in the shift; unsigned, as x may be negative.
+            return KXFIX{detail::wrap_shl(x, 26) / y};
         if (static_cast<uint64_t>(y) + 0x20000ULL <= 0x40000ULL)
             return KXFIX{detail::wrap_shl(kx_div_raw(x, y), 26)};
         return KXFIX{detail::wrap_shl(x, 10) / (y >> 16)};  // |y >> 16| >= 2 here
     }
 
     friend KXFIX operator+(KXFIX a, KXFIX b) {
-        return KXFIX{static_cast<int64_t>(static_cast<uint64_t>(a.m_raw) +
-                                          static_cast<uint64_t>(b.m_raw))};
+        return KXFIX{
+            static_cast<int64_t>(static_cast<uint64_t>(a.m_raw) + static_cast<uint64_t>(b.m_raw))};
     }
     friend KXFIX operator-(KXFIX a, KXFIX b) {
-        return KXFIX{static_cast<int64_t>(static_cast<uint64_t>(a.m_raw) -
-                                          static_cast<uint64_t>(b.m_raw))};
+        return KXFIX{
+            static_cast<int64_t>(static_cast<uint64_t>(a.m_raw) - static_cast<uint64_t>(b.m_raw))};
     }
     friend KXFIX operator-(KXFIX a) {
         return KXFIX{static_cast<int64_t>(0 - static_cast<uint64_t>(a.m_raw))};
