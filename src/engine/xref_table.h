@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <vector>
 
 #include "numeric/kxgeom.h"
@@ -24,22 +23,49 @@ public:
     CPDFXRefTable& operator=(const CPDFXRefTable&) = delete;
     ~CPDFXRefTable();
 
-    // Adds or replaces indirect object num (generation 0) from its PDF text.
-    // On a syntax error returns false and leaves the table unchanged. Stream
-    // bodies are kept by the table for as long as it lives.
+    // Both readers take the text of one object in PDF syntax: null, true,
+    // false, integers, reals, literal and hex strings, names, arrays,
+    // dictionaries, references "N G R" and, as the outermost object only, a
+    // stream "<< ... /Length n >> stream" + LF or CR LF + n bytes + "endstream".
+    // Comments count as white space; white space may follow the object,
+    // anything else after it is a syntax error. Choices where PDF leaves room:
+    // - Numbers: an integer outside int32 becomes a real; a real is the KXFIX
+    //   nearest its decimal value, halves away from zero, and beyond the fixed
+    //   range it saturates at raw INT64_MAX / INT64_MIN.
+    // - Names: "#xx" is the byte xx; "#00" or a "#" without two hex digits is
+    //   a syntax error (a raw zero byte is white space and ends the name).
+    // - Dictionaries are stored sorted by strcmp; a repeated key keeps the
+    //   last value written.
+    // - References need plain digits within int32 for both numbers.
+    // - /Length of a stream must be a direct non-negative integer no larger
+    //   than the text left behind the keyword, and "endstream" must follow.
+    // - Arrays and dictionaries nest at most 64 deep.
+    // The record of a stream holds a pointer to the body in m_data0 and the
+    // body length in the low 32 bits of m_data2; m_data1 and m_data3 are 0.
+
+    // Adds or replaces indirect object num (generation 0) from its PDF text;
+    // a negative num is refused. On a syntax error or a failed allocation
+    // returns false and leaves the table unchanged. Stream bodies are copied
+    // into the table and kept for as long as it lives, also when their object
+    // is replaced, so records copied out earlier stay readable.
     bool set_object(int32_t num, const char* text, size_t len);
 
-    // Parses one direct object. On a syntax error returns false and leaves out
-    // empty (tag 0). A parsed stream's body stays in text: the caller keeps
-    // text alive for as long as the stream is read.
+    // Parses one direct object. out must be initialised; its old value is freed.
+    // On a syntax error returns false and leaves out empty (tag 0). A parsed
+    // stream's body stays in text: the caller keeps text alive for as long as
+    // the record or a stream made from it is used.
     static bool parse_object(const char* text, size_t len, CPDFObj& out);
 
-    // Replaces out (which arrives empty) by a deep copy of the object ref names;
-    // leaves it tag 0 when nothing answers. Returns 1 when found, else 0.
+    // Replaces out by a deep copy of the object ref names; leaves it tag 0 when
+    // nothing answers, which includes a generation other than 0. A reference
+    // stored as an object comes back as that reference, not followed further.
+    // Returns 1 when found, else 0.
     int32_t get_entity(CPDFObj& out, const PDF_REF& ref);
 
-    // A reader of the record's body, or null (also for a null record). The
-    // caller deletes it.
+    // A reader of the record's raw body, or null for a null record or one
+    // without a body. The record must come from this table (or from
+    // parse_object with its text still alive), and the stream must not outlive
+    // the table. The caller deletes it.
     CPDFStream* make_stream(const CPDFStreamRec* rec);
 
     // A rectangle and a matrix from a PDF array (directly or behind a
@@ -49,8 +75,9 @@ public:
 
 private:
     std::map<uint32_t, CPDFObj> m_objects;
-    // Source texts of set_object; stream records point into them.
-    std::vector<std::unique_ptr<char[]>> m_texts;
+    // Stream bodies copied by set_object (KXAlloc blocks); records point into
+    // them until the table is destroyed.
+    std::vector<unsigned char*> m_texts;
 };
 
 }  // namespace shadepaint
