@@ -1,0 +1,64 @@
+// What the shading loaders share: the "Function" table (read, evaluate, free)
+// and the steps of a 256-entry colour ramp.
+#pragma once
+
+#include <cstdint>
+
+#include "engine/xref_table.h"
+#include "numeric/kxfix.h"
+#include "numeric/kxgeom.h"
+#include "shading/color_space.h"
+#include "shading/function.h"
+
+namespace shadepaint::detail {
+
+// Room for the outputs of one evaluation. A function at place k of a table
+// writes its outputs from element k on, and may deliver up to kMaxOutputs of
+// them, so places 0 to 15 need twice the components of a colour. Places from
+// 16 on can't reach a colour component and are not evaluated.
+constexpr int32_t kFuncOutputSlots = 2 * CPDFFunction::kMaxOutputs;
+constexpr int32_t kFuncPlaces = CPDFFunction::kMaxOutputs;
+constexpr int32_t kColorComps = 16;  // components of a PDF_COLOR
+
+constexpr int32_t kRampSize = 256;
+constexpr int32_t kRampLastStep = kRampSize - 1;
+
+// read_obj_rect for a shading whose table may be null: a direct array still
+// reads, a reference resolves to nothing.
+inline void read_rect(CPDFXRefTable* xref, _KXRECTF& rect, const CPDFObj* obj) {
+    CPDFXRefTable none;
+    (xref ? xref : &none)->read_obj_rect(rect, obj);
+}
+
+// Reads the value of a "Function" key (null when the key is missing) into an
+// owned table. An array of n gives count n and one parse_func per element; a
+// failed allocation leaves the table null with count n. Anything else,
+// including nothing, gives a table of one parse_func result and count 1, or a
+// null table and count 0 when that allocation fails. Entries may be null.
+void read_functions(CPDFXRefTable* xref, const CPDFObj* entry, CPDFFunction**& funcs,
+                    int32_t& count);
+
+// Deletes each function of the table, frees the table, and leaves null and 0.
+void free_functions(CPDFFunction**& funcs, int32_t& count);
+
+// Evaluates the table at in (kMaxInputs values) into out (kFuncOutputSlots):
+// a single function delivers all its outputs from element 0 on, function k of
+// several writes from element k on. Null entries and a null table evaluate
+// nothing, leaving out as it was.
+void eval_functions(CPDFFunction* const* funcs, int32_t count, const KXFIX* in, KXFIX* out);
+
+// Outputs to byte-scale components, as many as the colour space has (at most
+// the sixteen of a PDF_COLOR).
+inline void outputs_to_color(const CPDFCSBase& cs, const KXFIX* out, PDF_COLOR& color) {
+    const int32_t n = cs.m_comp_count < kColorComps ? cs.m_comp_count : kColorComps;
+    for (int32_t j = 0; j < n; ++j) color.m_comps[j] = out[j].to_byte();
+}
+
+// Input of ramp step i: t0 + (t1 - t0) * i / 255, the product in raw units and
+// the quotient a plain integer one truncating toward zero, so that step 0 is
+// exactly t0 and step 255 exactly t1.
+inline KXFIX ramp_input(KXFIX t0, KXFIX t1, int32_t i) {
+    return t0 + KXFIX::from_raw((t1 - t0).mul_int(i).m_raw / kRampLastStep);
+}
+
+}  // namespace shadepaint::detail
