@@ -1,8 +1,72 @@
-// Placeholder until the engine's function kinds land.
+// The function factory. One parse_func call parses a whole tree of functions
+// (a stitching function's parts, their parts, ...) under one budget: a depth
+// limit, so that a function naming itself through a reference ends, and a node
+// and byte budget, so that a part list fanning out to the same large function
+// many times can't multiply into unbounded work or memory.
+#include <new>
+
+#include "engine/func_common_p.h"
+#include "engine/func_exponential.h"
+#include "engine/func_postscript.h"
+#include "engine/func_sampled.h"
+#include "engine/func_stitching.h"
+#include "object/obj_access_p.h"
 #include "shading/function.h"
 
 namespace shadepaint {
 
-CPDFFunction* CPDFFunction::parse_func(const CPDFObj*, CPDFXRefTable*) { return nullptr; }
+namespace {
+template <class Func>
+CPDFFunction* make(const CPDFObj& obj, CPDFXRefTable* xref, detail::FuncParseCtx& ctx) {
+    auto* f = new (std::nothrow) Func();
+    if (!f) return nullptr;
+    if (f->load(obj, xref, ctx)) return f;
+    delete f;
+    return nullptr;
+}
+}  // namespace
+
+CPDFFunction* detail::parse_func_ctx(const CPDFObj* obj, CPDFXRefTable* xref, FuncParseCtx& ctx) {
+    if (!obj || obj->m_tag == kObjNone) return nullptr;
+    if (ctx.depth >= kMaxFuncDepth || ctx.nodes_left <= 0) return nullptr;
+    --ctx.nodes_left;
+
+    ScopedObj local;
+    deref(xref, obj, local.obj);
+    if (!local.obj.dict()) return nullptr;
+    // FunctionType must be there and be a number: a missing key would
+    // otherwise read as 0, a sampled function.
+    int32_t type = -1;
+    {
+        ScopedObj t;
+        deref(xref, dict_find(local.obj, "FunctionType"), t.obj);
+        if (is_direct_number(&t.obj)) type = direct_int(&t.obj);
+    }
+    ++ctx.depth;
+    CPDFFunction* f = nullptr;
+    switch (type) {
+        case 0:
+            f = make<CPDFFuncSampled>(local.obj, xref, ctx);
+            break;
+        case 2:
+            f = make<CPDFFuncExponential>(local.obj, xref, ctx);
+            break;
+        case 3:
+            f = make<CPDFFuncStitching>(local.obj, xref, ctx);
+            break;
+        case 4:
+            f = make<CPDFFuncPostscript>(local.obj, xref, ctx);
+            break;
+        default:
+            break;
+    }
+    --ctx.depth;
+    return f;
+}
+
+CPDFFunction* CPDFFunction::parse_func(const CPDFObj* obj, CPDFXRefTable* xref) {
+    detail::FuncParseCtx ctx;
+    return detail::parse_func_ctx(obj, xref, ctx);
+}
 
 }  // namespace shadepaint
