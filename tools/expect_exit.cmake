@@ -1,0 +1,17 @@
+# Runs ARGS (separated by '|') and fails unless the exit code is EXPECT and no
+# sanitizer spoke; with OUTPUT set, that file must exist afterwards.
+string(REPLACE "|" ";" args "${ARGS}")
+if(OUTPUT)
+  file(REMOVE "${OUTPUT}")
+endif()
+execute_process(COMMAND ${args} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+message("${out}${err}")
+if(NOT "${rc}" STREQUAL "${EXPECT}")
+  message(FATAL_ERROR "exit status ${rc}, expected ${EXPECT}")
+endif()
+if(err MATCHES "Sanitizer|runtime error")
+  message(FATAL_ERROR "sanitizer report")
+endif()
+if(OUTPUT AND NOT EXISTS "${OUTPUT}")
+  message(FATAL_ERROR "${OUTPUT} was not written")
+endif()
