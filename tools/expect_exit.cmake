@@ -1,5 +1,6 @@
 # Runs ARGS (separated by '|') and fails unless the exit code is EXPECT and no
-# sanitizer spoke; with OUTPUT set, that file must exist afterwards.
+# sanitizer spoke; with OUTPUT set, that file must exist afterwards, and with
+# MATCH set, the standard output must match that regular expression.
 string(REPLACE "|" ";" args "${ARGS}")
 if(OUTPUT)
   file(REMOVE "${OUTPUT}")
@@ -14,4 +15,7 @@ if(err MATCHES "Sanitizer|runtime error")
 endif()
 if(OUTPUT AND NOT EXISTS "${OUTPUT}")
   message(FATAL_ERROR "${OUTPUT} was not written")
+endif()
+if(MATCH AND NOT out MATCHES "${MATCH}")
+  message(FATAL_ERROR "output does not match '${MATCH}'")
 endif()
