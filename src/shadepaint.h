@@ -1,6 +1,12 @@
 // Umbrella header: every public class of shadepaint.
 #pragma once
 
+#include "engine/cs_device_cmyk.h"
+#include "engine/cs_device_gray.h"
+#include "engine/cs_family.h"
+#include "engine/cs_indexed.h"
+#include "engine/cs_lab.h"
+#include "engine/cs_separation.h"
 #include "engine/kxalloc.h"
 #include "engine/pdf_stream.h"
 #include "engine/xref_table.h"

@@ -1,7 +1,11 @@
-// The device RGB space and the base defaults. Byte rules: components are read
-// by their low byte; gray is (r*306 + g*601 + b*117) >> 10, weights summing
-// to 1024 so white stays 255.
+// The device RGB space and the base defaults. Byte rules: get_rgb keeps the
+// low byte of each component; get_gray weighs whole components as
+// (r*306 + g*601 + b*117) >> 10, weights summing to 1024 so white stays 255.
+// get_cmyk keeps its historical three-word layout (see there). The batch
+// operations run the shared loop of color_space_p.h over get_rgb/get_gray.
 #include "shading/color_space.h"
+
+#include "shading/color_space_p.h"
 
 namespace shadepaint {
 
@@ -12,7 +16,7 @@ void CPDFCSBase::get_default_color(PDF_COLOR& color) const {
 int32_t CPDFCSBase::support_op() const { return 0; }
 
 void CPDFCSDeviceRGB::get_gray(const PDF_COLOR& c, uint8_t& gray) const {
-    gray = static_cast<uint8_t>((c.m_comps[0] * 306u + c.m_comps[1] * 601u + c.m_comps[2] * 117u) >> 10);
+    gray = detail::gray_of(c.m_comps[0], c.m_comps[1], c.m_comps[2]);
 }
 
 void CPDFCSDeviceRGB::get_rgb(const PDF_COLOR& c, _KXRGBA& rgba) const {
@@ -28,50 +32,27 @@ void CPDFCSDeviceRGB::get_cmyk(const PDF_COLOR& c, PDF_COLOR& out) const {
     const uint8_t yy = static_cast<uint8_t>(255 - c.m_comps[2]);
     uint8_t k = cc < mm ? cc : mm;
     if (yy < k) k = yy;
-    // Component 2 carries K and Y - K is never formed: engines depend on this
-    // layout as it stands.
+    // Component 2 carries K and Y - K is never formed, component 3 is left
+    // alone: engines depend on this layout as it stands.
     out.m_comps[0] = static_cast<uint32_t>(cc - k);
     out.m_comps[1] = static_cast<uint32_t>(mm - k);
     out.m_comps[2] = k;
 }
 
-namespace {
-template <int kStep>
-void batch_to_rgba(_KXRGBA* dst, const uint8_t* src, int32_t len) {
-    if (len < 1) return;
-    const uint8_t* end = src + len;
-    do {
-        dst->r = src[0];
-        dst->g = src[1];
-        dst->b = src[2];
-        dst->a = 255;
-        ++dst;
-        src += kStep;
-    } while (src < end);
-}
-}  // namespace
-
 void CPDFCSDeviceRGB::batch_rgb(_KXRGBA* dst, const uint8_t* src, int32_t len) const {
-    batch_to_rgba<3>(dst, src, len);
+    detail::batch_rgb_of(*this, dst, src, len, 1);
 }
 
 void CPDFCSDeviceRGB::batch_rgb2(_KXRGBA* dst, const uint8_t* src, int32_t len) const {
-    batch_to_rgba<6>(dst, src, len);
+    detail::batch_rgb_of(*this, dst, src, len, 2);
 }
 
 void CPDFCSDeviceRGB::batch_rgb4(_KXRGBA* dst, const uint8_t* src, int32_t len) const {
-    batch_to_rgba<12>(dst, src, len);
+    detail::batch_rgb_of(*this, dst, src, len, 4);
 }
 
 void CPDFCSDeviceRGB::batch_gray(uint8_t* dst, const uint8_t* src, int32_t len) const {
-    if (len < 1) return;
-    const uint8_t* end = src + len;
-    do {
-        dst[0] = static_cast<uint8_t>((src[0] * 306u + src[1] * 601u + src[2] * 117u) >> 10);
-        dst[1] = 255;
-        dst += 2;
-        src += 3;
-    } while (src < end);
+    detail::batch_gray_of(*this, dst, src, len);
 }
 
 }  // namespace shadepaint
