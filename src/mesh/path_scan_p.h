@@ -1,0 +1,465 @@
+// The one edge walker, crossing recorder and span painter behind both scan
+// converters. The converters differ only in what a corner carries (a colour of
+// four channels, or one integer) and in what a pixel receives; both are
+// policies here, so CKXPathCRender and CKXPathCRender2 run the same code.
+//
+// Walking (scan_edge) follows the cutting rules exactly: an edge is cut at the
+// top line 0 and the bottom line rows * 128 - 1, then into one piece per pixel
+// row, each value at a row boundary being (V1 * (y - Y0)) / DY + (V0 * (Y1 - y)) / DY
+// with both divisions truncating. The coordinates have had their origin removed
+// in 32 bits, so their differences and all products are formed in 64 bits: no
+// intermediate can overflow, and where the values would have fitted in 32 bits
+// the results are the same.
+//
+// Recording (scan_hline) keeps from each piece only the point where it meets
+// its row's centre line, under a half-open rule: a piece from ya to yb
+// (ya < yb, whatever the direction of travel) meets the centre line yc when
+// ya <= yc < yb. The crossing's x is rounded up, so that "centre x >= crossing"
+// in integers means "centre at or right of the true crossing". Both depend
+// only on the piece, not on its direction, so two polygons that share an edge
+// record the same crossings for it.
+//
+// Painting (scan_render) sorts each row's crossings by x and fills between
+// neighbours wherever the running sum of directions is not zero. A pixel is
+// inside when its centre lies at or right of the left crossing and left of the
+// right one, so a pixel on a shared edge belongs to exactly one side. Values
+// are interpolated along the span from the two crossings in 16 fraction bits,
+// with the start and step truncated toward the left value, so they stay within
+// the two crossing values and run monotonically between them.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <type_traits>
+
+#include "engine/kxalloc.h"
+#include "mesh/path_crender.h"
+#include "mesh/path_crender2.h"
+#include "numeric/kxgeom.h"
+#include "numeric/kxscan.h"
+#include "shading/bitmap.h"
+#include "shading/color_space_p.h"
+
+namespace shadepaint::detail {
+
+// The last scan line of the last row, rows * 128 - 1, must fit in 32 bits,
+// since pieces are handed on as int; taller bitmaps are refused like a failed
+// allocation.
+constexpr int32_t kScanMaxRows = (INT32_MAX >> kScanShift);
+// A polygon puts at most one crossing per edge into a row; no caller comes
+// near this, and it bounds the size of a row's store and of its sort.
+constexpr uint32_t kScanMaxCrossings = 1u << 16;
+constexpr uint32_t kScanGrow = 256;
+// m_aux flag: a crossing could not be stored, so the row's outline is
+// incomplete and the row is not painted.
+constexpr uint32_t kScanRowLost = 1;
+constexpr int32_t kScanNoPoint = INT32_MIN;
+constexpr int32_t kScanNoRow = INT32_MAX;
+// Fraction bits of the span interpolation: with channel deltas up to 255 and
+// crossings up to 2^33 apart, the products stay below 2^57.
+constexpr int kSpanFracBits = 16;
+
+// 32-bit difference kept to its low 32 bits, as the fields store it.
+inline int32_t scan_sub(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
+}
+
+// ceil(n / d) for d > 0: C division truncates toward zero, which is already
+// the ceiling for negative quotients.
+inline int64_t scan_div_up(int64_t n, int64_t d) { return n / d + (n % d > 0 ? 1 : 0); }
+
+// ---------------------------------------------------------------------------
+// What a corner carries. Channels are worked on as 64-bit integers.
+
+struct scan_rgba {
+    static constexpr int kN = 4;
+    using value_type = _KXRGBA;
+    using item_type = KXPATH_CSCAN::_item;
+
+    static void unpack(_KXRGBA c, int64_t* v) {
+        v[0] = c.b;
+        v[1] = c.g;
+        v[2] = c.r;
+        v[3] = c.a;
+    }
+    // Each channel keeps its low byte; the walker's values are bytes already.
+    static _KXRGBA pack(const int64_t* v) {
+        return _KXRGBA{static_cast<uint8_t>(v[0]), static_cast<uint8_t>(v[1]),
+                       static_cast<uint8_t>(v[2]), static_cast<uint8_t>(v[3])};
+    }
+    static void put_item(item_type& it, const int64_t* v) { it.m_rgba = pack(v); }
+    static void get_item(const item_type& it, int32_t* v) {
+        v[0] = it.m_rgba.b;
+        v[1] = it.m_rgba.g;
+        v[2] = it.m_rgba.r;
+        v[3] = it.m_rgba.a;
+    }
+};
+
+struct scan_index {
+    static constexpr int kN = 1;
+    using value_type = int32_t;
+    using item_type = KXPATH_CSCAN2::_item;
+
+    static void unpack(int32_t c, int64_t* v) { v[0] = c; }
+    static int32_t pack(const int64_t* v) {
+        return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(v[0])));
+    }
+    static void put_item(item_type& it, const int64_t* v) { it.m_value = pack(v); }
+    // Any integer may arrive; the ramp has 256 entries, so the ends are held.
+    static void get_item(const item_type& it, int32_t* v) {
+        v[0] = std::min(std::max(it.m_value, 0), 255);
+    }
+};
+
+// ---------------------------------------------------------------------------
+// What a pixel receives. Table is the ramp of the index forms.
+
+struct store_rgba32 {
+    static constexpr int kBytes = 4;
+    using table_type = void;
+    static void put(uint8_t* px, const int32_t* v, const void*) {
+        px[0] = static_cast<uint8_t>(v[0]);
+        px[1] = static_cast<uint8_t>(v[1]);
+        px[2] = static_cast<uint8_t>(v[2]);
+        px[3] = static_cast<uint8_t>(v[3]);
+    }
+};
+
+struct store_rgba_gray {
+    static constexpr int kBytes = 2;
+    using table_type = void;
+    static void put(uint8_t* px, const int32_t* v, const void*) {
+        px[0] = gray_of(static_cast<uint32_t>(v[2]), static_cast<uint32_t>(v[1]),
+                        static_cast<uint32_t>(v[0]));
+        px[1] = static_cast<uint8_t>(v[3]);
+    }
+};
+
+struct store_ramp32 {
+    static constexpr int kBytes = 4;
+    using table_type = _KXRGBA;
+    static void put(uint8_t* px, const int32_t* v, const _KXRGBA* ramp) {
+        std::memcpy(px, &ramp[v[0]], 4);
+    }
+};
+
+// The gray ramp holds ready gray bytes of opaque colours.
+struct store_ramp_gray {
+    static constexpr int kBytes = 2;
+    using table_type = unsigned char;
+    static void put(uint8_t* px, const int32_t* v, const unsigned char* ramp) {
+        px[0] = ramp[v[0]];
+        px[1] = 255;
+    }
+};
+
+// ---------------------------------------------------------------------------
+// begin, reset and release, on either converter (same field names).
+
+template <class Conv>
+void scan_init(Conv& c) {
+    c.m_start_x = c.m_start_y = c.m_cur_x = c.m_cur_y = kScanNoPoint;
+    c.m_scans = nullptr;
+    c.m_rows = 0;
+    c.m_rows_cap = 0;
+    c.m_org_x = c.m_org_y = 0;
+    c.m_dirty_first = kScanNoRow;
+    c.m_dirty_last = -1;
+}
+
+// Frees every row's store and the table, and leaves an empty converter that
+// paints nothing until a begin succeeds.
+template <class Conv>
+void scan_release(Conv& c) {
+    if (c.m_scans) {
+        for (uint32_t i = 0; i < c.m_rows_cap; ++i) KXFree(c.m_scans[i].m_items);
+        KXFree(c.m_scans);
+    }
+    c.m_scans = nullptr;
+    c.m_rows = 0;
+    c.m_rows_cap = 0;
+    c.m_dirty_first = kScanNoRow;
+    c.m_dirty_last = -1;
+}
+
+template <class Conv>
+void scan_reset(Conv& c) {
+    if (c.m_rows == 0) return;
+    // Only rows that received crossings can hold a count or a flag; stores and
+    // capacities stay for the next polygon.
+    const int64_t last = std::min<int64_t>(c.m_dirty_last, int64_t{c.m_rows_cap} - 1);
+    if (c.m_scans) {
+        for (int64_t r = std::max(c.m_dirty_first, 0); r <= last; ++r) {
+            c.m_scans[r].m_count = 0;
+            c.m_scans[r].m_aux = 0;
+        }
+    }
+    c.m_dirty_first = kScanNoRow;
+    c.m_dirty_last = -1;
+    c.m_rows = 0;
+    c.m_org_x = c.m_org_y = 0;
+    c.m_start_x = c.m_start_y = c.m_cur_x = c.m_cur_y = kScanNoPoint;
+}
+
+template <class Conv>
+void scan_prepare(Conv& c, int32_t org_x, int32_t org_y, int32_t height) {
+    using Scan = std::remove_pointer_t<decltype(c.m_scans)>;
+    c.m_org_x = org_x;
+    c.m_org_y = org_y;
+    c.m_rows = height;
+    if (c.m_rows_cap >= static_cast<uint32_t>(height)) return;
+    void* grown = nullptr;
+    if (height <= kScanMaxRows)
+        grown = KXRealloc(c.m_scans, static_cast<size_t>(height) * sizeof(Scan));
+    if (!grown) {
+        // Without a table the polygon is dropped: every line_to then returns
+        // before touching a row, and the next begin tries again. This also
+        // covers a failure of the very first allocation (m_scans null).
+        scan_release(c);
+        return;
+    }
+    c.m_scans = static_cast<Scan*>(grown);
+    for (int32_t i = height - 1; i >= static_cast<int32_t>(c.m_rows_cap); --i)
+        new (&c.m_scans[i]) Scan{nullptr, 0, 0, kScanGrow, 0};
+    c.m_rows_cap = static_cast<uint32_t>(height);
+}
+
+template <class Conv>
+void scan_begin(Conv& c, int32_t org_x, int32_t org_y, int32_t height) {
+    if (height < 1)
+        scan_reset(c);
+    else
+        scan_prepare(c, org_x, org_y, height);
+}
+
+// ---------------------------------------------------------------------------
+// Crossings of one row.
+
+template <class Scan>
+bool scan_grow(Scan& s) {
+    using Item = std::remove_pointer_t<decltype(s.m_items)>;
+    const uint64_t want = uint64_t{s.m_capacity} + std::max<uint32_t>(s.m_grow, 1);
+    if (want > kScanMaxCrossings) return false;
+    void* p = KXRealloc(s.m_items, static_cast<size_t>(want) * sizeof(Item));
+    if (!p) return false;
+    s.m_items = static_cast<Item*>(p);
+    s.m_capacity = static_cast<uint32_t>(want);
+    return true;
+}
+
+template <class Value, class Scan>
+void scan_hline(Scan& s, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
+                typename Value::value_type c0, typename Value::value_type c1) {
+    constexpr int N = Value::kN;
+    if (y0 == y1) return;
+    // Order the ends by y so that both directions of an edge give one result.
+    const bool down = y0 < y1;
+    const int64_t xa = down ? x0 : x1, ya = down ? y0 : y1;
+    const int64_t xb = down ? x1 : x0, yb = down ? y1 : y0;
+    const int64_t yc = scan_cell_start(ya) + kScanHalf;
+    if (yc < ya || yc >= yb) return;
+    int64_t va[N], vb[N], v[N];
+    Value::unpack(down ? c0 : c1, va);
+    Value::unpack(down ? c1 : c0, vb);
+
+    const int64_t d = yb - ya;
+    int64_t x;
+    if (d == kScanOne) {
+        // A piece through the whole row meets the centre line half-way.
+        x = xa + ((xb - xa + 1) >> 1);
+        for (int k = 0; k < N; ++k) v[k] = va[k] + (vb[k] - va[k]) / 2;
+    } else {
+        const int64_t t = yc - ya;
+        x = xa + scan_div_up((xb - xa) * t, d);
+        for (int k = 0; k < N; ++k) v[k] = va[k] + ((vb[k] - va[k]) * t) / d;
+    }
+
+    if (s.m_count >= s.m_capacity && !scan_grow(s)) {
+        s.m_aux |= kScanRowLost;
+        return;
+    }
+    auto& it = s.m_items[s.m_count++];
+    it.m_x = static_cast<int32_t>(x);
+    it.m_dir = down ? 1 : -1;
+    Value::put_item(it, v);
+}
+
+// ---------------------------------------------------------------------------
+// The edge walker. (x0, y0, c0) is the current point before the edge, and
+// (x1, y1, c1) its end, both without origin. Rows receiving pieces widen
+// [first, last].
+
+template <class Value, class Scan>
+void scan_edge(Scan* scans, int32_t rows, int32_t& first, int32_t& last, int32_t x0, int32_t y0,
+               typename Value::value_type c0, int32_t x1, int32_t y1,
+               typename Value::value_type c1) {
+    constexpr int N = Value::kN;
+    int64_t X0 = x0, Y0 = y0, X1 = x1, Y1 = y1;
+    int64_t DY = Y1 - Y0;
+    // A horizontal edge adds nothing. A converter without a table (its
+    // allocation failed) takes no edges.
+    if (DY == 0 || !scans || rows < 1) return;
+    int64_t DX = X1 - X0;
+    int64_t V0[N], V1[N], DV[N];
+    Value::unpack(c0, V0);
+    Value::unpack(c1, V1);
+    for (int k = 0; k < N; ++k) DV[k] = V1[k] - V0[k];
+
+    // Top: cut at line 0. A cut value lies between the two ends, so it needs
+    // no reduction to a byte.
+    if (Y1 < 0) {
+        if (Y0 < 0) return;
+        for (int k = 0; k < N; ++k) {
+            V1[k] = V0[k] - (DV[k] * Y0) / DY;
+            DV[k] = V1[k] - V0[k];
+        }
+        X1 = X0 - (DX * Y0) / DY;
+        DY = -Y0;
+        DX = X1 - X0;
+        Y1 = 0;
+    } else if (Y0 < 0) {
+        for (int k = 0; k < N; ++k) {
+            V0[k] = V0[k] - (DV[k] * Y0) / DY;
+            DV[k] = V1[k] - V0[k];
+        }
+        X0 = X0 - (DX * Y0) / DY;
+        DX = X1 - X0;
+        DY = Y1;
+        Y0 = 0;
+    }
+
+    // Bottom: cut at L, the last line of the last row.
+    const int64_t L = int64_t{rows} * kScanOne - 1;
+    if (Y1 > L) {
+        if (L - Y0 <= 0) return;
+        for (int k = 0; k < N; ++k) V1[k] = V0[k] + ((L - Y0) * DV[k]) / DY;
+        X1 = X0 + ((L - Y0) * DX) / DY;
+        DY = L - Y0;
+        Y1 = L;
+    } else if (Y0 > L) {
+        for (int k = 0; k < N; ++k) V0[k] = V0[k] + ((L - Y0) * DV[k]) / DY;
+        X0 = X0 + ((L - Y0) * DX) / DY;
+        DY = Y1 - L;
+        Y0 = L;
+    }
+
+    const int64_t row0 = scan_cell(Y0), row1 = scan_cell(Y1);
+    first = static_cast<int32_t>(std::min<int64_t>(first, std::min(row0, row1)));
+    last = static_cast<int32_t>(std::max<int64_t>(last, std::max(row0, row1)));
+    if (row0 == row1) {
+        scans[row0].hline(static_cast<int>(X0), static_cast<int>(Y0), static_cast<int>(X1),
+                          static_cast<int>(Y1), Value::pack(V0), Value::pack(V1));
+        return;
+    }
+
+    // Boundary B is the first line of the next row going down, the first line
+    // of the current row going up. The numerators of x_at(B) and v_at(B),
+    // E1 * (B - Y0) and E0 * (Y1 - B), are stepped by 128 times the ends; only
+    // the divisions lose anything, so stepping gives the same numbers as
+    // forming them anew, and no error adds up along the edge.
+    const int64_t step = DY > 0 ? kScanOne : -kScanOne;
+    const int64_t dir = DY > 0 ? 1 : -1;
+    int64_t B = scan_cell_start(Y0) + (DY > 0 ? kScanOne : 0);
+    int64_t nx1 = X1 * (B - Y0), nx0 = X0 * (Y1 - B);
+    const int64_t sx1 = X1 * step, sx0 = X0 * step;
+    int64_t nv1[N], nv0[N], sv1[N], sv0[N], va[N], vb[N];
+    for (int k = 0; k < N; ++k) {
+        nv1[k] = V1[k] * (B - Y0);
+        nv0[k] = V0[k] * (Y1 - B);
+        sv1[k] = V1[k] * step;
+        sv0[k] = V0[k] * step;
+        va[k] = V0[k];
+    }
+    int64_t xa = X0, ya = Y0;
+    for (int64_t r = row0; r != row1; r += dir) {
+        const int64_t xb = nx1 / DY + nx0 / DY;
+        for (int k = 0; k < N; ++k) vb[k] = nv1[k] / DY + nv0[k] / DY;
+        scans[r].hline(static_cast<int>(xa), static_cast<int>(ya), static_cast<int>(xb),
+                       static_cast<int>(B), Value::pack(va), Value::pack(vb));
+        xa = xb;
+        ya = B;
+        for (int k = 0; k < N; ++k) {
+            va[k] = vb[k];
+            nv1[k] += sv1[k];
+            nv0[k] -= sv0[k];
+        }
+        B += step;
+        nx1 += sx1;
+        nx0 -= sx0;
+    }
+    scans[row1].hline(static_cast<int>(xa), static_cast<int>(ya), static_cast<int>(X1),
+                      static_cast<int>(Y1), Value::pack(va), Value::pack(V1));
+}
+
+// ---------------------------------------------------------------------------
+// Painting.
+
+template <class Item>
+void scan_sort(Item* items, uint32_t n) {
+    if (n > 16) {
+        std::sort(items, items + n, [](const Item& a, const Item& b) { return a.m_x < b.m_x; });
+        return;
+    }
+    for (uint32_t i = 1; i < n; ++i) {
+        const Item it = items[i];
+        uint32_t j = i;
+        for (; j > 0 && items[j - 1].m_x > it.m_x; --j) items[j] = items[j - 1];
+        items[j] = it;
+    }
+}
+
+// Pixels [first centre at or right of left.m_x, first centre at or right of
+// right.m_x), clipped to the row.
+template <class Value, class Store>
+void scan_span(uint8_t* row, int32_t width, const typename Value::item_type& left,
+               const typename Value::item_type& right, const typename Store::table_type* table) {
+    constexpr int N = Value::kN;
+    const int64_t xl = left.m_x, xr = right.m_x;
+    const int64_t i0 = std::max<int64_t>(scan_first_centre_at(xl), 0);
+    const int64_t i1 = std::min<int64_t>(scan_first_centre_at(xr), width);
+    if (i0 >= i1) return;
+    const int64_t dx = xr - xl;  // above 0, since the span holds a centre
+    const int64_t off = scan_centre(i0) - xl;
+    int32_t vl[N], vr[N], v[N];
+    Value::get_item(left, vl);
+    Value::get_item(right, vr);
+    int64_t acc[N], step[N];
+    for (int k = 0; k < N; ++k) {
+        const int64_t dv = static_cast<int64_t>(vr[k] - vl[k]) * (int64_t{1} << kSpanFracBits);
+        acc[k] = (static_cast<int64_t>(vl[k]) << kSpanFracBits) + dv * off / dx;
+        step[k] = dv * kScanOne / dx;
+    }
+    uint8_t* px = row + i0 * Store::kBytes;
+    for (int64_t i = i0; i < i1; ++i, px += Store::kBytes) {
+        for (int k = 0; k < N; ++k) {
+            v[k] = static_cast<int32_t>(acc[k] >> kSpanFracBits);
+            acc[k] += step[k];
+        }
+        Store::put(px, v, table);
+    }
+}
+
+template <class Value, class Store, class Conv>
+void scan_render(Conv& c, CKXBmp* dst, const typename Store::table_type* table) {
+    if (!dst || !dst->m_data || !c.m_scans || dst->m_width < 1) return;
+    const int64_t first = std::max(c.m_dirty_first, 0);
+    const int64_t last = std::min<int64_t>({c.m_dirty_last, int64_t{c.m_rows} - 1,
+                                            int64_t{dst->m_height} - 1, int64_t{c.m_rows_cap} - 1});
+    for (int64_t r = first; r <= last; ++r) {
+        auto& s = c.m_scans[r];
+        if (s.m_count < 2 || (s.m_aux & kScanRowLost)) continue;
+        scan_sort(s.m_items, s.m_count);
+        uint8_t* row = dst->m_data + r * dst->m_stride;
+        int32_t winding = 0;
+        for (uint32_t k = 0; k + 1 < s.m_count; ++k) {
+            winding += s.m_items[k].m_dir;
+            if (winding != 0)
+                scan_span<Value, Store>(row, dst->m_width, s.m_items[k], s.m_items[k + 1], table);
+        }
+    }
+}
+
+}  // namespace shadepaint::detail

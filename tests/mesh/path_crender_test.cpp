@@ -1,0 +1,727 @@
+#include "mesh/path_crender.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "engine/kxalloc.h"
+#include "mesh/path_crender2.h"
+#include "mesh/path_scan_p.h"
+#include "mesh/scan_test_util.h"
+#include "numeric/kxscan.h"
+#include "shading/bitmap.h"
+
+namespace {
+
+using namespace shadepaint;
+using scantest::at;
+using scantest::Corner;
+
+// Restores normal allocation however a test ends.
+struct AllocGuard {
+    ~AllocGuard() { kx_alloc_fail_after(-1); }
+};
+
+// ---------------------------------------------------------------------------
+// The pieces line_to hands to hline. A recording record stands in for the
+// real one, so the walker's exact arguments can be compared.
+
+struct Piece {
+    int64_t row, x0, y0, x1, y1;
+    std::vector<int32_t> v0, v1;
+    bool operator==(const Piece& o) const {
+        return row == o.row && x0 == o.x0 && y0 == o.y0 && x1 == o.x1 && y1 == o.y1 && v0 == o.v0 &&
+               v1 == o.v1;
+    }
+};
+
+std::ostream& operator<<(std::ostream& os, const Piece& p) {
+    os << "{row " << p.row << ": (" << p.x0 << ", " << p.y0 << ") -> (" << p.x1 << ", " << p.y1
+       << ") values";
+    for (int32_t v : p.v0) os << " " << v;
+    os << " ->";
+    for (int32_t v : p.v1) os << " " << v;
+    return os << "}";
+}
+
+std::vector<int32_t> channels(_KXRGBA c) { return {c.b, c.g, c.r, c.a}; }
+
+struct RecordValue {
+    std::vector<Piece>* log;
+    int64_t row;
+    void hline(int x0, int y0, int x1, int y1, int v0, int v1) {
+        log->push_back(Piece{row, x0, y0, x1, y1, {v0}, {v1}});
+    }
+};
+
+struct RecordColour {
+    std::vector<Piece>* log;
+    int64_t row;
+    void hline(int x0, int y0, int x1, int y1, _KXRGBA c0, _KXRGBA c1) {
+        log->push_back(Piece{row, x0, y0, x1, y1, channels(c0), channels(c1)});
+    }
+};
+
+template <class Record>
+std::vector<Record> records(std::vector<Piece>& log, int32_t rows) {
+    std::vector<Record> r;
+    for (int32_t i = 0; i < rows; ++i) r.push_back(Record{&log, i});
+    return r;
+}
+
+std::vector<Piece> walk_value(int32_t rows, int32_t x0, int32_t y0, int32_t v0, int32_t x1,
+                              int32_t y1, int32_t v1) {
+    std::vector<Piece> log;
+    auto recs = records<RecordValue>(log, rows);
+    int32_t first = INT32_MAX, last = -1;
+    detail::scan_edge<detail::scan_index>(recs.data(), rows, first, last, x0, y0, v0, x1, y1, v1);
+    return log;
+}
+
+std::vector<Piece> walk_colour(int32_t rows, int32_t x0, int32_t y0, _KXRGBA c0, int32_t x1,
+                               int32_t y1, _KXRGBA c1) {
+    std::vector<Piece> log;
+    auto recs = records<RecordColour>(log, rows);
+    int32_t first = INT32_MAX, last = -1;
+    detail::scan_edge<detail::scan_rgba>(recs.data(), rows, first, last, x0, y0, c0, x1, y1, c1);
+    return log;
+}
+
+Piece pv(int64_t row, int64_t x0, int64_t y0, int64_t x1, int64_t y1, int32_t v0, int32_t v1) {
+    return Piece{row, x0, y0, x1, y1, {v0}, {v1}};
+}
+
+TEST(PathCRenderWalk, PiecesOfTheWorkedEdges) {
+    struct Case {
+        const char* why;
+        int32_t rows, x0, y0, v0, x1, y1, v1;
+        std::vector<Piece> want;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"horizontal edge stores nothing", 10, 0, 50, 0, 500, 50, 9, {}},
+        {"one row boundary crossed going down", 10, 0, 64, 0, 0, 192, 0,
+         {pv(0, 0, 64, 0, 128, 0, 0), pv(1, 0, 128, 0, 192, 0, 0)}},
+        {"ending on a boundary gives an empty last piece", 10, 0, 100, 0, 0, 128, 0,
+         {pv(0, 0, 100, 0, 128, 0, 0), pv(1, 0, 128, 0, 128, 0, 0)}},
+        {"starting on a boundary going up gives an empty first piece", 10, 0, 128, 0, 0, 100, 0,
+         {pv(1, 0, 128, 0, 128, 0, 0), pv(0, 0, 128, 0, 100, 0, 0)}},
+        {"wholly above the bitmap", 10, 5, -300, 0, 900, -1, 0, {}},
+        {"start cut at line 0, x and value halfway", 10, 0, -128, 0, 200, 128, 100,
+         {pv(0, 100, 0, 200, 128, 50, 100), pv(1, 200, 128, 200, 128, 100, 100)}},
+        {"end cut at line 0 from line 0: one empty piece", 10, 10, 0, 7, 60, -50, 99,
+         {pv(0, 10, 0, 10, 0, 7, 7)}},
+        {"wholly below the last line", 2, 0, 300, 0, 0, 400, 0, {}},
+        {"from the last line downward: nothing left", 2, 0, 255, 0, 0, 400, 0, {}},
+        {"start cut at the last line", 2, 0, 300, 0, 100, 200, 100,
+         {pv(1, 45, 255, 100, 200, 45, 100)}},
+        {"value at 128 of 0..255 over 256 lines is 127", 10, 0, 0, 0, 0, 256, 255,
+         {pv(0, 0, 0, 0, 128, 0, 127), pv(1, 0, 128, 0, 256, 127, 255),
+          pv(2, 0, 256, 0, 256, 255, 255)}},
+        {"and of 255..0 too", 10, 0, 0, 255, 0, 256, 0,
+         {pv(0, 0, 0, 0, 128, 255, 127), pv(1, 0, 128, 0, 256, 127, 0),
+          pv(2, 0, 256, 0, 256, 0, 0)}},
+        {"two truncating divisions, not one: 12 where 13.33 is exact", 10, 0, 0, 10, 0, 384, 20,
+         {pv(0, 0, 0, 0, 128, 10, 12), pv(1, 0, 128, 0, 256, 12, 16),
+          pv(2, 0, 256, 0, 384, 16, 20), pv(3, 0, 384, 0, 384, 20, 20)}},
+        {"x by the same split division", 10, 0, 0, 0, 100, 384, 0,
+         {pv(0, 0, 0, 33, 128, 0, 0), pv(1, 33, 128, 66, 256, 0, 0),
+          pv(2, 66, 256, 100, 384, 0, 0), pv(3, 100, 384, 100, 384, 0, 0)}},
+        {"inside one row: the ends as they stand", 10, -7, 130, 3, 9000, 250, 4,
+         {pv(1, -7, 130, 9000, 250, 3, 4)}},
+        {"going up across rows", 10, 0, 300, 0, 300, 40, 0,
+         {pv(2, 0, 300, 50, 256, 0, 0), pv(1, 50, 256, 198, 128, 0, 0),
+          pv(0, 198, 128, 300, 40, 0, 0)}},
+        {"cut at both ends", 2, 0, -256, 0, 512, 512, 255,
+         {pv(0, 170, 0, 254, 128, 85, 126), pv(1, 254, 128, 340, 255, 126, 169)}},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.why);
+        EXPECT_EQ(walk_value(c.rows, c.x0, c.y0, c.v0, c.x1, c.y1, c.v1), c.want);
+    }
+}
+
+TEST(PathCRenderWalk, ColourChannelsAreCutAndSplitEachAlone) {
+    const _KXRGBA c0{0, 255, 10, 255}, c1{255, 0, 20, 255};
+    // At y 128 of 0..384: b (255*128)/384 = 85, g (255*256)/384 = 170, r 6 + 6,
+    // and alpha 85 + 170: an opaque edge stays opaque.
+    const auto log = walk_colour(10, 0, 0, c0, 0, 384, c1);
+    ASSERT_EQ(log.size(), 4u);
+    EXPECT_EQ(log[0].v0, channels(c0));
+    EXPECT_EQ(log[0].v1, (std::vector<int32_t>{85, 170, 12, 255}));
+    EXPECT_EQ(log[3].v1, channels(c1));
+
+    // Start cut at line 0, halfway: each channel at its own middle.
+    const auto cut =
+        walk_colour(10, 0, -128, _KXRGBA{0, 200, 100, 255}, 0, 128, _KXRGBA{100, 0, 101, 255});
+    ASSERT_EQ(cut.size(), 2u);
+    EXPECT_EQ(cut[0].v0, (std::vector<int32_t>{50, 100, 100, 255}));
+    EXPECT_EQ(cut[0].y0, 0);
+}
+
+TEST(PathCRenderWalk, BothDirectionsOfAnEdgeGiveTheSameBoundaries) {
+    // The seam rule needs an edge shared by two polygons, walked once each
+    // way, to give the same points at every row boundary.
+    uint32_t seed = 12345;
+    auto next = [&seed](int32_t range) {
+        seed = seed * 1664525u + 1013904223u;
+        return static_cast<int32_t>((seed >> 8) % static_cast<uint32_t>(range)) - range / 2;
+    };
+    std::printf("seed 12345\n");
+    for (int n = 0; n < 500; ++n) {
+        const int32_t x0 = next(1 << 20), y0 = next(4000) + 1500, x1 = next(1 << 20);
+        const int32_t y1 = next(4000) + 1500, v0 = next(512) + 256, v1 = next(512) + 256;
+        auto down = walk_value(20, x0, y0, v0, x1, y1, v1);
+        auto up = walk_value(20, x1, y1, v1, x0, y0, v0);
+        // Only edges that stay inside the rows: a cut at the top or bottom is
+        // rounded from the end that is kept.
+        if (y0 < 0 || y1 < 0 || y0 > 20 * 128 - 1 || y1 > 20 * 128 - 1) continue;
+        ASSERT_EQ(down.size(), up.size());
+        for (size_t i = 0; i < down.size(); ++i) {
+            const Piece& a = down[i];
+            const Piece& b = up[up.size() - 1 - i];
+            SCOPED_TRACE(testing::Message() << a << " against " << b);
+            EXPECT_EQ(a.x0, b.x1);
+            EXPECT_EQ(a.x1, b.x0);
+            EXPECT_EQ(a.v0, b.v1);
+            EXPECT_EQ(a.v1, b.v0);
+        }
+    }
+}
+
+TEST(PathCRenderWalk, ExtremeCoordinatesStayInRowsAndChain) {
+    const int32_t lo = INT32_MIN, hi = INT32_MAX;
+    const int32_t ends[][4] = {{lo, lo, hi, hi}, {hi, lo, lo, hi}, {lo, hi, hi, lo},
+                               {0, lo, 0, hi},   {lo, -1, hi, 1},  {hi, hi - 1, lo, 500}};
+    for (const auto& e : ends) {
+        SCOPED_TRACE(testing::Message() << e[0] << "," << e[1] << " -> " << e[2] << "," << e[3]);
+        const auto log = walk_value(7, e[0], e[1], -2000000000, e[2], e[3], 2000000000);
+        ASSERT_FALSE(log.empty());
+        for (size_t i = 0; i < log.size(); ++i) {
+            const Piece& p = log[i];
+            EXPECT_GE(std::min(p.y0, p.y1), p.row * 128);
+            EXPECT_LE(std::max(p.y0, p.y1), p.row * 128 + 128);
+            EXPECT_LE(std::max(p.y0, p.y1), 7 * 128 - 1);
+            EXPECT_GE(std::min(p.x0, p.x1), std::min<int64_t>(e[0], e[2]));
+            EXPECT_LE(std::max(p.x0, p.x1), std::max<int64_t>(e[0], e[2]));
+            if (i > 0) {
+                EXPECT_EQ(p.x0, log[i - 1].x1);
+                EXPECT_EQ(p.y0, log[i - 1].y1);
+                EXPECT_EQ(p.v0, log[i - 1].v1);
+            }
+        }
+    }
+}
+
+TEST(PathCRenderWalk, LineToMovesTheCurrentPointEvenWhenNothingIsStored) {
+    CKXPathCRender2 p;
+    p.begin(0, 0, 0);
+    p.begin(128, -256, 4);
+    p.m_start_x = p.m_cur_x = 10;
+    p.m_start_y = p.m_cur_y = -20;
+    p.m_start_value = p.m_cur_value = 1;
+    p.line_to(900, -20 - 256, 77);  // horizontal after the origin comes off
+    EXPECT_EQ(p.m_cur_x, 900 - 128);
+    EXPECT_EQ(p.m_cur_y, -20);
+    EXPECT_EQ(p.m_cur_value, 77);
+    p.line_to(900, -100000, 5);  // wholly above the bitmap
+    EXPECT_EQ(p.m_cur_y, -100000 + 256);
+    EXPECT_GT(p.m_dirty_first, p.m_dirty_last);
+    for (int32_t r = 0; r < p.m_rows; ++r) EXPECT_EQ(p.m_scans[r].m_count, 0u);
+}
+
+// ---------------------------------------------------------------------------
+// Crossings recorded by hline.
+
+TEST(PathCRenderHline, CrossingsOnTheCentreLineHalfOpen) {
+    struct Case {
+        const char* why;
+        int x0, y0, x1, y1, v0, v1;
+        bool stored;
+        int32_t x, dir, v;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"whole row down: half-way, x rounded up", 0, 0, 101, 128, 0, 9, true, 51, 1, 4},
+        {"whole row up: the same point", 101, 128, 0, 0, 9, 0, true, 51, -1, 4},
+        {"negative x rounds up too", -101, 0, 0, 128, 0, 0, true, -50, 1, 0},
+        {"ends on the centre line: not counted", 0, 0, 50, 64, 0, 0, false, 0, 0, 0},
+        {"starts on the centre line: counted there", 30, 64, 50, 128, 3, 5, true, 30, 1, 3},
+        {"runs down to the centre line: not counted", 30, 0, 50, 64, 3, 5, false, 0, 0, 0},
+        {"runs up from the centre line: not counted", 30, 64, 50, 0, 3, 5, false, 0, 0, 0},
+        {"runs up to the centre line: counted there", 50, 128, 30, 64, 5, 3, true, 30, -1, 3},
+        {"below the centre line", 0, 100, 9, 128, 0, 0, false, 0, 0, 0},
+        {"empty piece", 7, 128, 7, 128, 1, 1, false, 0, 0, 0},
+        {"part of a row", 0, 10, 90, 100, 0, 90, true, 54, 1, 54},
+        {"part of a row, a fraction rounded up", 0, 10, 1, 100, 0, 0, true, 1, 1, 0},
+        {"second row's centre line is 192", 0, 150, 100, 250, 0, 100, true, 42, 1, 42},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.why);
+        KXPATH_CSCAN2 s{nullptr, 0, 0, 256, 0};
+        s.hline(c.x0, c.y0, c.x1, c.y1, c.v0, c.v1);
+        ASSERT_EQ(s.m_count, c.stored ? 1u : 0u);
+        if (c.stored) {
+            EXPECT_EQ(s.m_items[0].m_x, c.x);
+            EXPECT_EQ(s.m_items[0].m_dir, c.dir);
+            EXPECT_EQ(s.m_items[0].m_value, c.v);
+        }
+        KXFree(s.m_items);
+    }
+}
+
+TEST(PathCRenderHline, RowStoreGrowsByItsStepAndFlagsALostCrossing) {
+    AllocGuard guard;
+    KXPATH_CSCAN s{nullptr, 0, 0, 256, 0};
+    for (int i = 0; i < 300; ++i) s.hline(i, 0, i, 128, _KXRGBA{}, _KXRGBA{});
+    EXPECT_EQ(s.m_count, 300u);
+    EXPECT_EQ(s.m_capacity, 512u);
+    EXPECT_EQ(s.m_aux, 0u);
+    EXPECT_EQ(s.m_items[299].m_x, 299);
+    for (int i = 300; i < 512; ++i) s.hline(i, 0, i, 128, _KXRGBA{}, _KXRGBA{});
+    kx_alloc_fail_after(0);
+    s.hline(1, 0, 1, 128, _KXRGBA{}, _KXRGBA{});
+    EXPECT_EQ(s.m_count, 512u);
+    EXPECT_EQ(s.m_aux, detail::kScanRowLost);
+    KXFree(s.m_items);
+}
+
+// ---------------------------------------------------------------------------
+// begin, reset and allocation.
+
+std::vector<Corner> triangle(int64_t x, int64_t y, int64_t size, _KXRGBA c) {
+    return {at(x, y, c), at(x + size, y + size / 3, c), at(x + size / 4, y + size, c)};
+}
+
+int64_t painted(CKXBmp32& b) {
+    int64_t n = 0;
+    for (int32_t y = 0; y < b.m_height; ++y)
+        for (int32_t x = 0; x < b.m_width; ++x) n += scantest::pixel(b, 4, x, y)[3] != 0;
+    return n;
+}
+
+void clear(CKXBmp& b) { std::memset(b.m_data, 0, static_cast<size_t>(b.m_stride) * b.m_height); }
+
+TEST(PathCRenderBegin, ResetKeepsStoresAndClearsCountsAndPoints) {
+    CKXPathCRender p;
+    CKXBmp32 dst(40, 30);
+    scantest::paint(p, triangle(100, 100, 3000, {1, 2, 3, 255}), 0, 0, dst);
+    ASSERT_EQ(p.m_rows_cap, 30u);
+    std::vector<void*> stores;
+    for (uint32_t r = 0; r < p.m_rows_cap; ++r) stores.push_back(p.m_scans[r].m_items);
+    EXPECT_NE(stores[10], nullptr);
+    p.begin(0, 0, 0);
+    EXPECT_EQ(p.m_rows, 0);
+    EXPECT_EQ(p.m_org_x, 0);
+    EXPECT_EQ(p.m_start_x, INT32_MIN);
+    EXPECT_EQ(p.m_cur_y, INT32_MIN);
+    for (uint32_t r = 0; r < p.m_rows_cap; ++r) {
+        SCOPED_TRACE(r);
+        EXPECT_EQ(p.m_scans[r].m_count, 0u);
+        EXPECT_EQ(p.m_scans[r].m_aux, 0u);
+        EXPECT_EQ(p.m_scans[r].m_items, stores[r]);
+        EXPECT_EQ(p.m_scans[r].m_grow, 256u);
+    }
+}
+
+TEST(PathCRenderBegin, ReusedConverterAllocatesNothing) {
+    AllocGuard guard;
+    CKXPathCRender p;
+    CKXBmp32 dst(64, 48), small(20, 10);
+    scantest::paint(p, triangle(0, 0, 64 * 128, {9, 9, 9, 255}), 0, 0, dst);
+    const int64_t first = painted(dst);
+    ASSERT_GT(first, 1000);
+    // From here no allocation succeeds: polygons on no more rows and with no
+    // more crossings a row must still paint, in full.
+    kx_alloc_fail_after(0);
+    for (int i = 0; i < 50; ++i) {
+        clear(dst);
+        scantest::paint(p, triangle(i * 13, i * 7, 40 * 128, {1, 2, 3, 255}), 0, 0, dst);
+        ASSERT_GT(painted(dst), 300) << i;
+    }
+    clear(dst);
+    scantest::paint(p, triangle(0, 0, 64 * 128, {9, 9, 9, 255}), 0, 0, dst);
+    EXPECT_EQ(painted(dst), first);
+    // A smaller bitmap needs no new table either.
+    scantest::paint(p, triangle(0, 0, 30 * 128, {9, 9, 9, 255}), 0, 0, small);
+    EXPECT_GT(painted(small), 50);
+}
+
+TEST(PathCRenderBegin, FailedFirstAllocationPaintsNothing) {
+    AllocGuard guard;
+    CKXBmp32 dst(16, 16);
+    CKXBmpGray gray(16, 16);
+    CKXPathCRender p;
+    CKXPathCRender2 p2;
+    const _KXRGBA ramp[256] = {};
+    const unsigned char gramp[256] = {};
+    kx_alloc_fail_after(0);
+    for (int round = 0; round < 2; ++round) {
+        scantest::paint(p, triangle(-500, -500, 4000, {5, 5, 5, 255}), 0, 0, dst);
+        p.render_smoothg(&gray);
+        scantest::outline(p2, triangle(-500, -500, 4000, {}), 0, 0, dst.m_height);
+        p2.render_smooth(&dst, ramp);
+        p2.render_smoothg(&gray, gramp);
+        EXPECT_EQ(p.m_scans, nullptr);
+        EXPECT_EQ(p.m_rows, 0);
+        EXPECT_EQ(p2.m_scans, nullptr);
+    }
+    EXPECT_EQ(painted(dst), 0);
+    // The next begin tries again.
+    kx_alloc_fail_after(-1);
+    scantest::paint(p, triangle(-500, -500, 4000, {5, 5, 5, 255}), 0, 0, dst);
+    EXPECT_GT(painted(dst), 50);
+}
+
+TEST(PathCRenderBegin, FailedGrowthReleasesEverythingAndRecovers) {
+    AllocGuard guard;
+    CKXPathCRender p;
+    CKXBmp32 small(20, 10), big(20, 40);
+    scantest::paint(p, triangle(0, 0, 2000, {5, 5, 5, 255}), 0, 0, small);
+    ASSERT_NE(p.m_scans, nullptr);
+    kx_alloc_fail_after(0);
+    scantest::paint(p, triangle(0, 0, 4000, {5, 5, 5, 255}), 0, 0, big);
+    EXPECT_EQ(p.m_scans, nullptr);
+    EXPECT_EQ(p.m_rows, 0);
+    EXPECT_EQ(p.m_rows_cap, 0u);
+    EXPECT_EQ(painted(big), 0);
+    kx_alloc_fail_after(-1);
+    scantest::paint(p, triangle(0, 0, 4000, {5, 5, 5, 255}), 0, 0, big);
+    EXPECT_GT(painted(big), 100);
+}
+
+TEST(PathCRenderBegin, RowWhoseStoreCannotGrowIsLeftOutAlone) {
+    AllocGuard guard;
+    CKXPathCRender p;
+    CKXBmp32 dst(16, 8);
+    // The table, then the stores of rows 0 to 2; row 3 gets none.
+    kx_alloc_fail_after(4);
+    scantest::paint(p, {at(0, 0), at(16 * 128, 0), at(16 * 128, 8 * 128), at(0, 8 * 128)}, 0, 0,
+                    dst);
+    for (int32_t y = 0; y < 8; ++y) {
+        SCOPED_TRACE(y);
+        EXPECT_EQ(scantest::pixel(dst, 4, 5, y)[3] != 0, y < 3);
+    }
+    // Once memory is back, the flag is gone with the reset.
+    kx_alloc_fail_after(-1);
+    clear(dst);
+    scantest::paint(p, {at(0, 0), at(16 * 128, 0), at(16 * 128, 8 * 128), at(0, 8 * 128)}, 0, 0,
+                    dst);
+    EXPECT_EQ(painted(dst), 16 * 8);
+}
+
+TEST(PathCRenderBegin, HeightBeyondTheScanRangeIsRefused) {
+    AllocGuard guard;
+    CKXPathCRender p;
+    // Rows whose last line would not fit in 32 bits: refused before any
+    // allocation is tried, so an allocator that would grant it changes nothing.
+    kx_alloc_fail_after(-1);
+    p.begin(0, 0, 0);
+    p.begin(0, 0, INT32_MAX);
+    EXPECT_EQ(p.m_scans, nullptr);
+    EXPECT_EQ(p.m_rows, 0);
+    p.m_start_x = p.m_cur_x = 0;
+    p.m_start_y = p.m_cur_y = 0;
+    p.line_to(1000, 1000000, {});
+    p.line_to(0, 0, {});
+    EXPECT_EQ(p.m_scans, nullptr);
+}
+
+// ---------------------------------------------------------------------------
+// Painting.
+
+// A bitmap over caller memory with a margin of canary bytes around it and
+// padding at each row's end.
+struct Fenced {
+    static constexpr uint8_t kCanary = 0xA5;
+    std::vector<uint8_t> mem;
+    int32_t w, h, stride, bytes;
+    size_t lead;
+    Fenced(int32_t width, int32_t height, int32_t pixel_bytes)
+        : w(width), h(height), stride(width * pixel_bytes + 12), bytes(pixel_bytes) {
+        lead = static_cast<size_t>(stride) * 2;
+        mem.assign(lead * 2 + static_cast<size_t>(stride) * h, kCanary);
+        for (int32_t y = 0; y < h; ++y) std::memset(data() + y * stride, 0, width * pixel_bytes);
+    }
+    uint8_t* data() { return mem.data() + lead; }
+    // Every byte outside the pixels still holds the canary.
+    bool fences_intact() {
+        for (size_t i = 0; i < mem.size(); ++i) {
+            const int64_t off = static_cast<int64_t>(i) - static_cast<int64_t>(lead);
+            const bool inside = off >= 0 && off < int64_t{stride} * h && off % stride < w * bytes;
+            if (!inside && mem[i] != kCanary) return false;
+        }
+        return true;
+    }
+};
+
+TEST(PathCRenderPaint, NothingIsWrittenOutsideTheBitmap) {
+    const int64_t lo = INT32_MIN, hi = INT32_MAX, big = 1 << 20;
+    const std::vector<std::vector<Corner>> shapes = {
+        {at(-big, -big), at(big, -big), at(big, big), at(-big, big)},
+        {at(lo, lo), at(hi, lo), at(hi, hi), at(lo, hi)},
+        {at(lo, 0), at(hi, 64), at(0, hi)},
+        {at(-300, 200), at(5000, 700), at(900, 3000)},
+        {at(2000, -7000), at(9000, 9000), at(-9000, 9000)},
+        {at(hi, hi), at(hi - 1, lo), at(lo, hi - 5)},
+    };
+    for (size_t i = 0; i < shapes.size(); ++i) {
+        SCOPED_TRACE(i);
+        Fenced f(17, 9, 4);
+        CKXBmp32 dst(f.data(), f.w, f.h, f.stride);
+        CKXPathCRender p;
+        // The rows handed to begin may exceed the bitmap's: painting keeps to
+        // the bitmap all the same.
+        scantest::outline(p, shapes[i], 0, 0, f.h + 5);
+        p.render_smooth(&dst);
+        EXPECT_TRUE(f.fences_intact());
+
+        Fenced g(17, 9, 2);
+        CKXBmpGray gray(g.data(), g.w, g.h, g.stride);
+        p.render_smoothg(&gray);
+        EXPECT_TRUE(g.fences_intact());
+
+        Fenced r(17, 9, 4);
+        CKXBmp32 rdst(r.data(), r.w, r.h, r.stride);
+        CKXPathCRender2 p2;
+        std::vector<Corner> ramped = shapes[i];
+        for (size_t k = 0; k < ramped.size(); ++k) ramped[k].v = k % 2 ? -70000 : 70000;
+        scantest::outline(p2, ramped, 0, 0, r.h);
+        _KXRGBA ramp[256];
+        for (int k = 0; k < 256; ++k) ramp[k] = _KXRGBA{1, 1, 1, 255};
+        p2.render_smooth(&rdst, ramp);
+        EXPECT_TRUE(r.fences_intact());
+    }
+}
+
+TEST(PathCRenderPaint, PolygonLargerThanTheBitmapFillsIt) {
+    // Low ends kept clear of the origin's 32-bit wrap.
+    const int64_t lo = INT32_MIN + 1024, hi = INT32_MAX;
+    const _KXRGBA c{10, 20, 30, 255};
+    const std::vector<std::vector<Corner>> shapes = {
+        {at(-5000, -5000, c), at(90000, -4000, c), at(80000, 70000, c), at(-3000, 60000, c)},
+        {at(lo, lo, c), at(hi, lo, c), at(0, hi, c)},
+        {at(lo, lo, c), at(hi, lo, c), at(hi, hi, c), at(lo, hi, c)},
+    };
+    for (size_t i = 0; i < shapes.size(); ++i) {
+        SCOPED_TRACE(i);
+        CKXBmp32 dst(33, 21);
+        CKXPathCRender p;
+        scantest::paint(p, shapes[i], 3, 4, dst);
+        // Every pixel, in the corners' colour: the split division at row
+        // boundaries may leave a channel one below a constant value, never
+        // more, and never above.
+        for (int32_t y = 0; y < dst.m_height; ++y) {
+            for (int32_t x = 0; x < dst.m_width; ++x) {
+                const uint8_t* px = scantest::pixel(dst, 4, x, y);
+                const uint8_t* want = &c.b;
+                for (int k = 0; k < 4; ++k) {
+                    ASSERT_LE(px[k], want[k]) << x << "," << y << " channel " << k;
+                    ASSERT_GE(px[k] + 1, want[k]) << x << "," << y << " channel " << k;
+                }
+            }
+        }
+    }
+}
+
+TEST(PathCRenderPaint, DegeneratePolygonsPaintNothing) {
+    const _KXRGBA c{1, 2, 3, 255};
+    const std::vector<std::vector<Corner>> shapes = {
+        {at(640, 640, c)},                                     // a single point
+        {at(640, 640, c), at(640, 640, c), at(640, 640, c)},   // three times the same
+        {at(100, 64, c), at(2000, 64, c)},                     // on a centre line
+        {at(100, 300, c), at(2000, 300, c), at(700, 300, c)},  // horizontal only
+        {at(0, 0, c), at(1000, 1000, c), at(2000, 2000, c)},   // collinear
+        {at(64, 0, c), at(64, 2000, c)},                       // there and back
+    };
+    for (size_t i = 0; i < shapes.size(); ++i) {
+        SCOPED_TRACE(i);
+        CKXBmp32 dst(20, 20);
+        CKXPathCRender p;
+        scantest::paint(p, shapes[i], 0, 0, dst);
+        EXPECT_EQ(painted(dst), 0);
+    }
+}
+
+// A rectangle whose vertical edges lie exactly on pixel centres 2 and 12, so
+// that a span starts on a centre and the right crossing's pixel is outside.
+// Its height of 1024 lines and x and channel values that are multiples of 8
+// make every split division at a row boundary exact.
+std::vector<Corner> band(_KXRGBA left, _KXRGBA right) {
+    const int64_t x0 = 2 * 128 + 64, x1 = 12 * 128 + 64, y0 = 0, y1 = 8 * 128;
+    return {at(x0, y0, left), at(x1, y0, right), at(x1, y1, right), at(x0, y1, left)};
+}
+
+TEST(PathCRenderPaint, SpanRunsFromTheLeftValueMonotonicallyTowardTheRight) {
+    struct Case {
+        const char* why;
+        _KXRGBA left, right;
+    };
+    const Case cases[] = {
+        {"rising", {0, 0, 0, 248}, {248, 248, 248, 248}},
+        {"falling", {248, 200, 96, 248}, {0, 0, 0, 0}},
+        {"channels apart", {0, 248, 16, 0}, {248, 0, 16, 248}},
+        {"flat", {8, 16, 24, 32}, {8, 16, 24, 32}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.why);
+        CKXBmp32 dst(16, 10);
+        std::memset(dst.m_data, 0xEE, static_cast<size_t>(dst.m_stride) * dst.m_height);
+        CKXPathCRender p;
+        scantest::paint(p, band(c.left, c.right), 0, 0, dst);
+        const uint8_t* l = &c.left.b;
+        const uint8_t* r = &c.right.b;
+        for (int32_t y = 0; y < 8; ++y) {
+            SCOPED_TRACE(y);
+            EXPECT_EQ(std::memcmp(scantest::pixel(dst, 4, 2, y), &c.left, 4), 0);
+            EXPECT_EQ(scantest::pixel(dst, 4, 1, y)[0], 0xEE);
+            EXPECT_EQ(scantest::pixel(dst, 4, 12, y)[0], 0xEE);
+            for (int k = 0; k < 4; ++k) {
+                const int dir = r[k] > l[k] ? 1 : r[k] < l[k] ? -1 : 0;
+                int prev = l[k];
+                for (int32_t x = 2; x < 12; ++x) {
+                    const int v = scantest::pixel(dst, 4, x, y)[k];
+                    EXPECT_GE((v - prev) * dir, 0) << "channel " << k << " at " << x;
+                    EXPECT_GE((r[k] - v) * dir, 0) << "channel " << k << " at " << x;
+                    prev = v;
+                }
+                // Pixel 11 sits 9/10 of the way: within 1 of the exact value.
+                const int exact11 = l[k] + (r[k] - l[k]) * 9 / 10;
+                EXPECT_NEAR(scantest::pixel(dst, 4, 11, y)[k], exact11, 1) << "channel " << k;
+            }
+        }
+    }
+}
+
+TEST(PathCRenderPaint, GrayAndRampFormsMatchTheColourForm) {
+    // Random quadrilaterals, some crossing themselves, painted by all four
+    // entry points: the gray form is the colour form through the gray weights,
+    // and an index carried as a channel paints what the ramp converter paints.
+    uint32_t seed = 777;
+    std::printf("seed 777\n");
+    auto next = [&seed](int32_t range) {
+        seed = seed * 1103515245u + 12345u;
+        return static_cast<int64_t>((seed >> 4) % static_cast<uint32_t>(range));
+    };
+    _KXRGBA ramp[256];
+    unsigned char gramp[256];
+    for (int i = 0; i < 256; ++i) {
+        ramp[i] = _KXRGBA{static_cast<uint8_t>(i), static_cast<uint8_t>(255 - i),
+                          static_cast<uint8_t>(i / 3), 255};
+        gramp[i] = static_cast<uint8_t>(255 - i);
+    }
+    for (int n = 0; n < 40; ++n) {
+        std::vector<Corner> q;
+        for (int k = 0; k < 4; ++k) {
+            const int32_t v = static_cast<int32_t>(next(256));
+            const uint8_t b = static_cast<uint8_t>(v);
+            q.push_back(
+                at(next(40 * 128) - 5 * 128, next(30 * 128) - 5 * 128,
+                   _KXRGBA{b, static_cast<uint8_t>(next(256)), static_cast<uint8_t>(next(256)),
+                           static_cast<uint8_t>(next(256))},
+                   v));
+        }
+        CKXBmp32 colour(30, 20), ramped(30, 20);
+        CKXBmpGray gray(30, 20), gray_ramped(30, 20);
+        CKXPathCRender p;
+        CKXPathCRender2 p2;
+        scantest::paint(p, q, 0, 0, colour);
+        p.render_smoothg(&gray);
+        scantest::outline(p2, q, 0, 0, 20);
+        p2.render_smooth(&ramped, ramp);
+        p2.render_smoothg(&gray_ramped, gramp);
+        for (int32_t y = 0; y < 20; ++y) {
+            for (int32_t x = 0; x < 30; ++x) {
+                SCOPED_TRACE(testing::Message() << "polygon " << n << " pixel " << x << "," << y);
+                const uint8_t* c = scantest::pixel(colour, 4, x, y);
+                const uint8_t* g = scantest::pixel(gray, 2, x, y);
+                const uint8_t* r = scantest::pixel(ramped, 4, x, y);
+                const uint8_t* gr = scantest::pixel(gray_ramped, 2, x, y);
+                if (c[3] == 0 && r[3] == 0) continue;  // outside (no corner has alpha 0)
+                ASSERT_EQ(g[0], detail::gray_of(c[2], c[1], c[0]));
+                ASSERT_EQ(g[1], c[3]);
+                ASSERT_EQ(std::memcmp(r, &ramp[c[0]], 4), 0);
+                ASSERT_EQ(gr[0], gramp[c[0]]);
+                ASSERT_EQ(gr[1], 255);
+            }
+        }
+    }
+}
+
+TEST(PathCRenderPaint, RampIndexIsHeldToTheTable) {
+    _KXRGBA ramp[256];
+    for (int i = 0; i < 256; ++i) ramp[i] = _KXRGBA{static_cast<uint8_t>(i), 0, 0, 255};
+    struct Case {
+        const char* why;
+        int32_t left, right;
+        int first, last;
+    };
+    const Case cases[] = {
+        {"below 0 and above 255", -1000, 1000, 0, 253},
+        {"extremes", INT32_MIN, INT32_MAX, 0, 253},
+        {"both above", 300, 400, 255, 255},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.why);
+        // Pixel centres 0 and 15 lie on the left edge and just left of the
+        // right one; 512 lines on 5 rows are cut nowhere and divide exactly.
+        // Held at the crossings, the index runs 0 to 255 over the whole span.
+        std::vector<Corner> q = {at(64, 0, {}, c.left), at(15 * 128 + 64 + 8, 0, {}, c.right),
+                                 at(15 * 128 + 64 + 8, 512, {}, c.right), at(64, 512, {}, c.left)};
+        CKXBmp32 dst(16, 5);
+        CKXPathCRender2 p;
+        scantest::outline(p, q, 0, 0, 5);
+        p.render_smooth(&dst, ramp);
+        EXPECT_EQ(scantest::pixel(dst, 4, 0, 1)[0], c.first);
+        EXPECT_NEAR(scantest::pixel(dst, 4, 15, 1)[0], c.last, 1);
+        EXPECT_EQ(painted(dst), 16 * 4);
+    }
+}
+
+TEST(PathCRenderPaint, NullTargetsAreIgnored) {
+    CKXPathCRender p;
+    CKXPathCRender2 p2;
+    CKXBmp32 dst(8, 8);
+    scantest::outline(p, triangle(0, 0, 1000, {1, 1, 1, 255}), 0, 0, 8);
+    p.render_smooth(nullptr);
+    p.render_smoothg(nullptr);
+    CKXBmp32 empty(nullptr, 8, 8, 32);
+    p.render_smooth(&empty);
+    scantest::outline(p2, triangle(0, 0, 1000, {}), 0, 0, 8);
+    p2.render_smooth(&dst, nullptr);
+    p2.render_smoothg(nullptr, nullptr);
+    EXPECT_EQ(painted(dst), 0);
+}
+
+TEST(KxScan, DeviceCoordinatesToScanUnits) {
+    struct Case {
+        int64_t raw;
+        int32_t round, trunc;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {kKxOne, 128, 128},
+        {kKxOne + (kKxOne >> 8), 129, 128},          // half a unit: rounds up
+        {kKxOne + (kKxOne >> 8) - 1, 128, 128},
+        {kKxOne + (kKxOne >> 7) - 1, 129, 128},
+        {-kKxOne - (kKxOne >> 8), -128, -129},       // the half rounds up, the shift floors
+        {-1, 0, -1},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.raw);
+        EXPECT_EQ(scan_from_kx_round(KXFIX::from_raw(c.raw)), c.round);
+        EXPECT_EQ(scan_from_kx_trunc(KXFIX::from_raw(c.raw)), c.trunc);
+    }
+    EXPECT_EQ(scan_first_centre_at(64), 0);
+    EXPECT_EQ(scan_first_centre_at(65), 1);
+    EXPECT_EQ(scan_first_centre_at(-64), -1);
+    EXPECT_EQ(scan_first_centre_at(-192), -2);
+    EXPECT_EQ(scan_first_centre_at(-193), -2);
+    EXPECT_EQ(scan_from_pixels(-3), -384);
+}
+
+}  // namespace

@@ -1,0 +1,100 @@
+// Helpers of the scan converter tests: painting a polygon the way the shadings
+// do, and an exact reference for which pixel centres lie inside a polygon.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "mesh/path_crender.h"
+#include "mesh/path_crender2.h"
+#include "numeric/kxscan.h"
+#include "shading/bitmap.h"
+
+namespace scantest {
+
+using shadepaint::_KXRGBA;
+
+inline int32_t low32(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(v)); }
+
+// A corner in absolute 1/128 pixel (origin included), with its colour or value.
+struct Corner {
+    int64_t x;
+    int64_t y;
+    _KXRGBA c;
+    int32_t v;
+};
+
+inline Corner at(int64_t x, int64_t y, _KXRGBA c = {0, 0, 0, 255}, int32_t v = 0) {
+    return Corner{x, y, c, v};
+}
+
+// Opens, fills and closes a polygon as the mesh shadings do; origin in pixels.
+inline void outline(shadepaint::CKXPathCRender& p, const std::vector<Corner>& pts, int32_t ox,
+                    int32_t oy, int32_t height) {
+    p.begin(0, 0, 0);
+    p.begin(shadepaint::scan_from_pixels(ox), shadepaint::scan_from_pixels(oy), height);
+    p.m_start_x = p.m_cur_x = low32(pts[0].x - p.m_org_x);
+    p.m_start_y = p.m_cur_y = low32(pts[0].y - p.m_org_y);
+    p.m_start_rgba = p.m_cur_rgba = pts[0].c;
+    for (size_t i = 1; i < pts.size(); ++i) p.line_to(low32(pts[i].x), low32(pts[i].y), pts[i].c);
+    p.line_to(low32(int64_t{p.m_start_x} + p.m_org_x), low32(int64_t{p.m_start_y} + p.m_org_y),
+              p.m_start_rgba);
+}
+
+inline void outline(shadepaint::CKXPathCRender2& p, const std::vector<Corner>& pts, int32_t ox,
+                    int32_t oy, int32_t height) {
+    p.begin(0, 0, 0);
+    p.begin(shadepaint::scan_from_pixels(ox), shadepaint::scan_from_pixels(oy), height);
+    p.m_start_x = p.m_cur_x = low32(pts[0].x - p.m_org_x);
+    p.m_start_y = p.m_cur_y = low32(pts[0].y - p.m_org_y);
+    p.m_start_value = p.m_cur_value = pts[0].v;
+    for (size_t i = 1; i < pts.size(); ++i) p.line_to(low32(pts[i].x), low32(pts[i].y), pts[i].v);
+    p.line_to(low32(int64_t{p.m_start_x} + p.m_org_x), low32(int64_t{p.m_start_y} + p.m_org_y),
+              p.m_start_value);
+}
+
+inline void paint(shadepaint::CKXPathCRender& p, const std::vector<Corner>& pts, int32_t ox,
+                  int32_t oy, shadepaint::CKXBmp32& dst) {
+    outline(p, pts, ox, oy, dst.m_height);
+    p.render_smooth(&dst);
+}
+
+inline uint8_t* pixel(shadepaint::CKXBmp& b, int32_t bytes, int32_t x, int32_t y) {
+    return b.m_data + static_cast<int64_t>(y) * b.m_stride + static_cast<int64_t>(x) * bytes;
+}
+
+// What the reference says of a pixel centre.
+enum class Side { kOut, kIn, kNear };
+
+// Nonzero winding of the centre of pixel (i, j) of a bitmap at origin (ox, oy)
+// pixels, against the polygon's exact edges, with the converter's half-open
+// rule on rows (an edge counts on the lines from its upper end up to, not
+// including, its lower end). A centre within `margin` units horizontally of
+// an edge is kNear: there the converter's rounding may decide either way.
+inline Side classify(const std::vector<Corner>& pts, int64_t ox, int64_t oy, int64_t i, int64_t j,
+                     int64_t margin) {
+    const __int128 cx = (ox + i) * 128 + 64, cy = (oy + j) * 128 + 64;
+    int winding = 0;
+    const size_t n = pts.size();
+    for (size_t k = 0; k < n; ++k) {
+        const Corner& a = pts[k];
+        const Corner& b = pts[(k + 1) % n];
+        if (a.y == b.y) continue;
+        const __int128 lo = a.y < b.y ? a.y : b.y, hi = a.y < b.y ? b.y : a.y;
+        if (cy < lo || cy > hi) continue;
+        // cx minus the edge's x at cy, times (b.y - a.y).
+        const __int128 dy = static_cast<__int128>(b.y) - a.y;
+        const __int128 rel = (cx - a.x) * dy - (static_cast<__int128>(b.x) - a.x) * (cy - a.y);
+        const __int128 mag = dy < 0 ? -dy : dy;
+        const __int128 arel = rel < 0 ? -rel : rel;
+        if (arel <= margin * mag) return Side::kNear;
+        if (cy == hi) continue;
+        // rel / dy is the horizontal distance; the edge is left of the centre
+        // when it is positive.
+        if ((rel > 0) == (dy > 0)) winding += dy > 0 ? 1 : -1;
+    }
+    return winding != 0 ? Side::kIn : Side::kOut;
+}
+
+}  // namespace scantest
