@@ -3,6 +3,8 @@
 // always deep: nothing is shared, nothing is reference counted.
 #include "object/pdf_obj.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <new>
 
@@ -11,6 +13,17 @@
 #include "object/pdf_dictionary.h"
 
 namespace shadepaint {
+
+namespace {
+// Tables grow by doubling, and their capacity is never stored: a table of n
+// entries has room for the next power of two at or above n. A copy allocates
+// that much too, so that appending to a copied table stays inside it.
+size_t implied_capacity(int32_t count) {
+    size_t cap = 1;
+    while (cap < static_cast<size_t>(count)) cap <<= 1;
+    return cap;
+}
+}  // namespace
 
 void CPDFObj::free() {
     switch (m_tag) {
@@ -61,7 +74,8 @@ void CPDFObj::copy_from(const CPDFObj* src) {
             if (!p) break;  // the copy stays an empty string, still tag 4
             p[0] = 0;
             m_length = src->m_length;
-            if (src->m_length >= 1) std::memcpy(p, src->m_bytes, static_cast<size_t>(src->m_length));
+            if (src->m_length >= 1)
+                std::memcpy(p, src->m_bytes, static_cast<size_t>(src->m_length));
             p[src->m_length] = 0;
             m_bytes = p;
             break;
@@ -127,8 +141,7 @@ void CPDFArray::clear() {
 void CPDFArray::copy_from(const CPDFArray* src) {
     clear();
     if (!src || src->m_count <= 0 || !src->m_items) return;
-    auto* items =
-        static_cast<CPDFObj*>(KXAlloc(sizeof(CPDFObj) * static_cast<size_t>(src->m_count)));
+    auto* items = static_cast<CPDFObj*>(KXAlloc(sizeof(CPDFObj) * implied_capacity(src->m_count)));
     if (!items) return;
     for (int32_t i = 0; i < src->m_count; ++i) {
         items[i].init_empty();
@@ -170,8 +183,8 @@ const char* const CPDFDictionary::sm_tag_bpc = "BitsPerComponent";
 const char* const CPDFDictionary::sm_tag_decode = "Decode";
 
 PDF_DICT_ENTRY* PDF_DICT_ENTRY::create(const char* key, size_t key_len) {
-    auto* e = static_cast<PDF_DICT_ENTRY*>(
-        KXAlloc(offsetof(PDF_DICT_ENTRY, m_key) + key_len + 1));
+    if (key_len > SIZE_MAX - offsetof(PDF_DICT_ENTRY, m_key) - 1) return nullptr;
+    auto* e = static_cast<PDF_DICT_ENTRY*>(KXAlloc(offsetof(PDF_DICT_ENTRY, m_key) + key_len + 1));
     if (!e) return nullptr;
     e->m_value.init_empty();
     char* k = reinterpret_cast<char*>(e) + offsetof(PDF_DICT_ENTRY, m_key);
@@ -199,7 +212,7 @@ void CPDFDictionary::copy_from(const CPDFDictionary* src) {
     clear();
     if (!src || src->m_count <= 0 || !src->m_items) return;
     auto* items = static_cast<PDF_DICT_ENTRY**>(
-        KXAlloc(sizeof(PDF_DICT_ENTRY*) * static_cast<size_t>(src->m_count)));
+        KXAlloc(sizeof(PDF_DICT_ENTRY*) * implied_capacity(src->m_count)));
     if (!items) return;
     int32_t n = 0;
     for (int32_t i = 0; i < src->m_count; ++i) {
@@ -242,10 +255,12 @@ bool grow_entries(CPDFDictionary& d) {
 }
 
 // strcmp of a counted key against a zero-terminated one; a key with an
-// embedded zero byte sorts by its text up to that byte, like strcmp would.
+// embedded zero byte sorts by its text up to that byte, like strcmp would. The
+// counted key need not be terminated, so nothing past len is read.
 int compare_key(const char* key, size_t len, const char* other) {
     size_t n = std::strlen(other);
-    size_t klen = std::strlen(key) < len ? std::strlen(key) : len;
+    const void* zero = std::memchr(key, 0, len);
+    size_t klen = zero ? static_cast<size_t>(static_cast<const char*>(zero) - key) : len;
     int c = std::memcmp(key, other, klen < n ? klen : n);
     if (c != 0) return c;
     return klen < n ? -1 : (klen > n ? 1 : 0);
@@ -275,14 +290,16 @@ bool CPDFDictionary::set(const char* key, size_t key_len, CPDFObj& value) {
     }
     e->m_value = value;
     value.init_empty();
-    std::memmove(m_items + lo + 1, m_items + lo, sizeof(PDF_DICT_ENTRY*) * static_cast<size_t>(m_count - lo));
+    std::memmove(m_items + lo + 1, m_items + lo,
+                 sizeof(PDF_DICT_ENTRY*) * static_cast<size_t>(m_count - lo));
     m_items[lo] = e;
     ++m_count;
     return true;
 }
 
 bool CPDFDictionary::append_unsorted(const char* key, CPDFObj& value) {
-    PDF_DICT_ENTRY* e = grow_entries(*this) ? PDF_DICT_ENTRY::create(key, std::strlen(key)) : nullptr;
+    PDF_DICT_ENTRY* e =
+        grow_entries(*this) ? PDF_DICT_ENTRY::create(key, std::strlen(key)) : nullptr;
     if (!e) {
         value.free();
         return false;
