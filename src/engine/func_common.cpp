@@ -15,10 +15,14 @@ int32_t read_fix_array(CPDFXRefTable* xref, const CPDFObj& holder, const char* k
                        int32_t max) {
     const CPDFObj* v = dict_find(holder, key);
     if (!v) return -1;
+    // Only a reference needs the local copy; a direct array is read in place.
     ScopedObj local;
-    deref(xref, v, local.obj);
-    if (local.obj.m_tag == kObjNone) return -1;
-    const CPDFArray* a = local_array(local.obj);
+    if (v->m_tag == kObjRef) {
+        deref(xref, v, local.obj);
+        v = &local.obj;
+    }
+    if (v->m_tag == kObjNone) return -1;
+    const CPDFArray* a = local_array(*v);
     if (!a) return -2;
     const int32_t n = a->m_count;
     if (n < 0 || n > max) return -2;
@@ -30,7 +34,9 @@ int32_t read_pairs(CPDFXRefTable* xref, const CPDFObj& holder, const char* key, 
                    int32_t max_pairs) {
     const int32_t n = read_fix_array(xref, holder, key, out, 2 * max_pairs);
     if (n == -1) return 0;
-    if (n < 0 || (n & 1) != 0) return -1;
+    // An empty array is refused rather than taken for an absent key: it is
+    // also what a copy that ran out of memory leaves behind.
+    if (n < 2 || (n & 1) != 0) return -1;
     for (int32_t i = 0; i < n; i += 2)
         if (out[i] > out[i + 1]) return -1;
     return n / 2;

@@ -418,7 +418,10 @@ bool run(const PDF_PS_OP* ops, int32_t count, Value* st, int32_t& sp) {
                         break;
                     case kAtan: {
                         if (x == 0 && y == 0) return false;
+                        // Along the axes exactly: 1 0 atan is 90, not 90.00000000000001.
                         double deg = std::atan2(x, y) * (180 / kPi);
+                        if (x == 0) deg = y > 0 ? 0 : 180;
+                        if (y == 0) deg = x > 0 ? 90 : 270;
                         if (deg < 0) deg += 360;
                         a = make_real(deg);
                         break;

@@ -29,9 +29,13 @@ bool CPDFFuncStitching::load(const CPDFObj& obj, CPDFXRefTable* xref, detail::Fu
     m_range_count = detail::read_pairs(xref, obj, "Range", m_range, kMaxOutputs);
     if (m_range_count < 0) return false;
 
-    ScopedObj parts;
-    detail::deref(xref, detail::dict_find(obj, "Functions"), parts.obj);
-    const CPDFArray* list = detail::local_array(parts.obj);
+    const CPDFObj* parts = detail::dict_find(obj, "Functions");
+    ScopedObj local;
+    if (parts && parts->m_tag == kObjRef) {
+        detail::deref(xref, parts, local.obj);
+        parts = &local.obj;
+    }
+    const CPDFArray* list = parts ? detail::local_array(*parts) : nullptr;
     if (!list) return false;
     const int32_t k = list->m_count;
     // Each part costs at least one node, so a longer list can't succeed.

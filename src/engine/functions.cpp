@@ -31,35 +31,28 @@ CPDFFunction* detail::parse_func_ctx(const CPDFObj* obj, CPDFXRefTable* xref, Fu
     if (ctx.depth >= kMaxFuncDepth || ctx.nodes_left <= 0) return nullptr;
     --ctx.nodes_left;
 
+    // Only a reference is resolved into a local copy; a direct dictionary or
+    // stream is read where it stands.
     ScopedObj local;
-    deref(xref, obj, local.obj);
-    if (!local.obj.dict()) return nullptr;
+    if (obj->m_tag == kObjRef) {
+        deref(xref, obj, local.obj);
+        obj = &local.obj;
+    }
+    if (!obj->dict()) return nullptr;
     // FunctionType must be there and be a number: a missing key would
     // otherwise read as 0, a sampled function.
     int32_t type = -1;
     {
         ScopedObj t;
-        deref(xref, dict_find(local.obj, "FunctionType"), t.obj);
+        deref(xref, dict_find(*obj, "FunctionType"), t.obj);
         if (is_direct_number(&t.obj)) type = direct_int(&t.obj);
     }
     ++ctx.depth;
     CPDFFunction* f = nullptr;
-    switch (type) {
-        case 0:
-            f = make<CPDFFuncSampled>(local.obj, xref, ctx);
-            break;
-        case 2:
-            f = make<CPDFFuncExponential>(local.obj, xref, ctx);
-            break;
-        case 3:
-            f = make<CPDFFuncStitching>(local.obj, xref, ctx);
-            break;
-        case 4:
-            f = make<CPDFFuncPostscript>(local.obj, xref, ctx);
-            break;
-        default:
-            break;
-    }
+    if (type == 0) f = make<CPDFFuncSampled>(*obj, xref, ctx);
+    if (type == 2) f = make<CPDFFuncExponential>(*obj, xref, ctx);
+    if (type == 3) f = make<CPDFFuncStitching>(*obj, xref, ctx);
+    if (type == 4) f = make<CPDFFuncPostscript>(*obj, xref, ctx);
     --ctx.depth;
     return f;
 }

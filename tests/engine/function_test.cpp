@@ -1,0 +1,468 @@
+// The function factory and the sampled, exponential and stitching kinds, with
+// inputs written as PDF object text.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "engine/func_doc.h"
+#include "engine/func_exponential.h"
+#include "engine/func_sampled.h"
+#include "engine/kxalloc.h"
+
+namespace shadepaint {
+namespace {
+
+using testing::eval_raw;
+using testing::fix;
+using testing::FuncDoc;
+using testing::FuncPtr;
+using testing::raws;
+using testing::stream_text;
+
+std::string bytes(std::initializer_list<int> v) {
+    std::string s;
+    for (int b : v) s += static_cast<char>(b);
+    return s;
+}
+
+std::string exp_part(int c0, int c1) {
+    return "<</FunctionType 2 /Domain [0 1] /C0 [" + std::to_string(c0) + "] /C1 [" +
+           std::to_string(c1) + "] /N 1>>";
+}
+
+const char kSampled8[] = "/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size [2]";
+const char kCalc[] = "/FunctionType 4 /Domain [0 1] /Range [0 1]";
+
+TEST(FuncParse, Rejects) {
+    const std::string two_parts = "/FunctionType 3 /Domain [0 1] /Encode [0 1 0 1] ";
+    const struct {
+        std::string text;
+        const char* why;
+    } cases[] = {
+        {"null", "no object"},
+        {"5", "no dictionary"},
+        {stream_text("/Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size [2]", "ab"),
+         "FunctionType missing: not taken for 0"},
+        {"<</FunctionType /Two /Domain [0 1] /N 1>>", "FunctionType not a number"},
+        {"<</FunctionType 1 /Domain [0 1 0 1] /Range [0 1]>>", "type 1 is not a function kind"},
+        // Exponential.
+        {"<</FunctionType 2 /N 1>>", "no Domain"},
+        {"<</FunctionType 2 /Domain [1 0] /N 1>>", "Domain decreasing"},
+        {"<</FunctionType 2 /Domain [0] /N 1>>", "Domain odd"},
+        {"<</FunctionType 2 /Domain [] /N 1>>", "Domain empty"},
+        {"<</FunctionType 2 /Domain [0 1 0 1] /N 1>>", "two inputs"},
+        {"<</FunctionType 2 /Domain [0 1]>>", "no N"},
+        {"<</FunctionType 2 /Domain [0 1] /N /one>>", "N not a number"},
+        {"<</FunctionType 2 /Domain [0 1] /N 1 /C0 [0 0]>>", "C0 longer than default C1"},
+        {"<</FunctionType 2 /Domain [0 1] /N 1 /C0 [] /C1 []>>", "no outputs"},
+        {"<</FunctionType 2 /Domain [0 1] /N 1 /C0 5>>", "C0 not an array"},
+        {"<</FunctionType 2 /Domain [0 1] /N 1 /C0 [0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0] "
+         "/C1 [0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0]>>",
+         "17 outputs"},
+        {"<</FunctionType 2 /Domain [0 1] /N 1 /Range [0 1 0 1]>>", "Range of two outputs"},
+        {"<</FunctionType 2 /Domain [0 1] /N 1 /Range [1 0]>>", "Range decreasing"},
+        // Stitching.
+        {"<</FunctionType 3 /Domain [0 1] /Encode [0 1]>>", "no Functions"},
+        {"<</FunctionType 3 /Domain [0 1] /Functions [] /Encode []>>", "no parts"},
+        {"<<" + two_parts + "/Functions [" + exp_part(0, 1) + exp_part(0, 1) + "]>>", "no Bounds"},
+        {"<<" + two_parts + "/Functions [" + exp_part(0, 1) + exp_part(0, 1) +
+             "] /Bounds [0.5 0.6]>>",
+         "Bounds too long"},
+        {"<</FunctionType 3 /Domain [0 1] /Encode [0 1 0 1 0 1] /Bounds [0.6 0.5] /Functions [" +
+             exp_part(0, 1) + exp_part(0, 1) + exp_part(0, 1) + "]>>",
+         "Bounds decreasing"},
+        {"<<" + two_parts + "/Functions [" + exp_part(0, 1) + exp_part(0, 1) + "] /Bounds [1.5]>>",
+         "Bounds outside Domain"},
+        {"<</FunctionType 3 /Domain [0 1] /Bounds [0.5] /Encode [0 1] /Functions [" +
+             exp_part(0, 1) + exp_part(0, 1) + "]>>",
+         "Encode too short"},
+        {"<<" + two_parts + "/Bounds [0.5] /Functions [" + exp_part(0, 1) + " null]>>",
+         "a part that is no function"},
+        {"<<" + two_parts + "/Bounds [0.5] /Functions [" + exp_part(0, 1) +
+             "<</FunctionType 2 /Domain [0 1] /N 1 /C0 [0 0] /C1 [1 1]>>]>>",
+         "parts differ in outputs"},
+        // Sampled.
+        {"<<" + std::string(kSampled8) + ">>", "a dictionary, not a stream"},
+        {stream_text("/FunctionType 0 /Domain [0 1] /BitsPerSample 8 /Size [2]", "ab"), "no Range"},
+        {stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8", "ab"),
+         "no Size"},
+        {stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size [0]", ""),
+         "Size 0"},
+        {stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size [-2]", ""),
+         "Size negative"},
+        {stream_text("/FunctionType 0 /Domain [0 1 0 1] /Range [0 1] /BitsPerSample 8 /Size [2]",
+                     ""),
+         "Size shorter than Domain"},
+        {stream_text(
+             "/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size [3000000000.0]",
+             ""),
+         "Size beyond 32 bits"},
+        {stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /Size [2]", "ab"),
+         "no BitsPerSample"},
+        {stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 3 /Size [2]", "ab"),
+         "BitsPerSample 3"},
+        {stream_text(std::string(kSampled8) + " /Encode [0 1 0 1]", "ab"), "Encode too long"},
+        {stream_text(std::string(kSampled8) + " /Decode [0]", "ab"), "Decode too short"},
+        {stream_text("/FunctionType 0 /Domain [0 1 0 1] /Range [0 1 0 1] /BitsPerSample 8 "
+                     "/Size [2048 1025]",
+                     ""),
+         "more samples than the cap"},
+        // Calculator.
+        {"<<" + std::string(kCalc) + ">>", "a dictionary, not a stream"},
+        {stream_text("/FunctionType 4 /Domain [0 1]", "{ }"), "no Range"},
+        {stream_text("/FunctionType 4 /Range [0 1]", "{ }"), "no Domain"},
+        {stream_text(kCalc, "{ 1 2 add"), "bad program"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.why) + ": " + c.text);
+        FuncDoc doc;
+        EXPECT_EQ(doc.parse(c.text), nullptr);
+    }
+    FuncDoc doc;
+    EXPECT_EQ(CPDFFunction::parse_func(nullptr, &doc.xref), nullptr);
+}
+
+TEST(FuncParse, ByReference) {
+    FuncDoc doc;
+    doc.obj(7, stream_text(kCalc, "{ 0.5 mul }"));
+    doc.obj(8, "[0 2]");
+    doc.obj(9, "<</FunctionType 2 /Domain 8 0 R /C1 [4 0 R] /N 1>>");
+    doc.obj(4, "3");
+    FuncPtr f = doc.parse("7 0 R");
+    ASSERT_NE(f, nullptr);
+    EXPECT_EQ(eval_raw(*f, {0.75}), raws({0.375}));
+    f = doc.parse("9 0 R");
+    ASSERT_NE(f, nullptr);
+    EXPECT_EQ(eval_raw(*f, {1.5}), raws({4.5}));
+    EXPECT_EQ(doc.parse("10 0 R"), nullptr);
+    doc.obj(11, stream_text("/FunctionType 4 /Domain [0 1 0 1] /Range [0 1]", "{ pop }"));
+    EXPECT_NE(doc.parse("11 0 R"), nullptr);
+    EXPECT_EQ(doc.parse("<</FunctionType 3 /Domain [0 1] /Encode [0 1] /Functions [11 0 R]>>"),
+              nullptr)
+        << "a stitched part of two inputs";
+}
+
+// N 1 interpolates in fixed point: C0 + ((C1 - C0) * x), the difference on the
+// left of the product, whose two operand orders round differently.
+TEST(FuncExponential, LinearIsFixedPoint) {
+    FuncDoc doc;
+    FuncPtr f = doc.parse(
+        "<</FunctionType 2 /Domain [-10 10] /C0 [0.3 -3 0.3] /C1 [0.7 500.123 300000.7] /N 1>>");
+    ASSERT_NE(f, nullptr);
+    const auto& e = static_cast<const CPDFFuncExponential&>(*f);
+    bool order_matters = false;
+    for (double x : {0.3, -9.99, 7.123, 0.000123, 10.0}) {
+        SCOPED_TRACE(x);
+        const KXFIX in = fix(x);
+        KXFIX out[3];
+        f->evaluate(&in, out);
+        for (int j = 0; j < 3; ++j) {
+            const KXFIX diff = e.m_c1[j] - e.m_c0[j];
+            EXPECT_EQ(out[j].m_raw, (e.m_c0[j] + (diff * in)).m_raw) << j;
+            order_matters |= (diff * in).m_raw != (in * diff).m_raw;
+        }
+    }
+    EXPECT_TRUE(order_matters) << "the cases don't tell the operand order apart";
+}
+
+TEST(FuncExponential, Powers) {
+    const struct {
+        const char* n;
+        double x, out;
+        const char* why;
+    } cases[] = {
+        {"2", 0.5, 1.5, "square"},
+        {"2", -0.5, 1.5, "whole N on a negative x"},
+        {"0.5", 0.25, 2, "root"},
+        {"0.5", -0.25, 1, "fractional N on a negative x gives C0"},
+        {"-1", 0, 1, "infinite power gives C0"},
+        {"0", 0, 3, "0^0 is 1"},
+        {"3", 5, 17, "x clipped to Domain"},
+        {"1", -3, -3, "x clipped, fixed-point path"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.why) + ", N " + c.n);
+        FuncDoc doc;
+        FuncPtr f = doc.parse(std::string("<</FunctionType 2 /Domain [-2 2] /C0 [1] /C1 [3] /N ") +
+                              c.n + ">>");
+        ASSERT_NE(f, nullptr);
+        EXPECT_EQ(eval_raw(*f, {c.x}), raws({c.out}));
+    }
+    FuncDoc doc;
+    FuncPtr f = doc.parse("<</FunctionType 2 /Domain [0 1] /N 1 /Range [0.5 0.75]>>");
+    ASSERT_NE(f, nullptr);
+    EXPECT_EQ(eval_raw(*f, {0}), raws({0.5}));
+    EXPECT_EQ(eval_raw(*f, {1}), raws({0.75}));
+}
+
+// Four samples (Domain [0 3], one per whole input) of each width, packed
+// big-endian with no padding; Decode [0 1] scales by the largest sample.
+TEST(FuncSampled, SampleWidths) {
+    const struct {
+        int bits;
+        std::string body;
+        std::vector<double> samples;
+    } cases[] = {
+        {1, bytes({0xb0}), {1, 0, 1, 1}},
+        {2, bytes({0xd8}), {3, 1, 2, 0}},
+        {4, bytes({0xa5, 0x0f}), {10, 5, 0, 15}},
+        {8, bytes({0, 128, 255, 7}), {0, 128, 255, 7}},
+        {12, bytes({0xab, 0xc1, 0x23, 0xff, 0xf0, 0x01}), {0xabc, 0x123, 0xfff, 0x001}},
+        {16, bytes({0xff, 0xff, 0, 0, 0x12, 0x34, 0x80, 0}), {0xffff, 0, 0x1234, 0x8000}},
+        {24,
+         bytes({0xff, 0xff, 0xff, 0, 0, 1, 0x12, 0x34, 0x56, 0x80, 0, 0}),
+         {0xffffff, 1, 0x123456, 0x800000}},
+        {32,
+         bytes({0xff, 0xff, 0xff, 0xff, 0, 0, 0, 0, 0x12, 0x34, 0x56, 0x78, 0x80, 0, 0, 0}),
+         {4294967295.0, 0, 0x12345678, 2147483648.0}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.bits);
+        FuncDoc doc;
+        FuncPtr f = doc.parse(
+            stream_text("/FunctionType 0 /Domain [0 3] /Range [0 1] /Size [4] /BitsPerSample " +
+                            std::to_string(c.bits),
+                        c.body));
+        ASSERT_NE(f, nullptr);
+        const double max = std::ldexp(1.0, c.bits) - 1;
+        for (int i = 0; i < 4; ++i) {
+            SCOPED_TRACE(i);
+            const int64_t want = testing::trunc_raw(c.samples[i] / max);
+            EXPECT_NEAR(static_cast<double>(eval_raw(*f, {double(i)})[0]), double(want), 1);
+        }
+    }
+}
+
+TEST(FuncSampled, Interpolation) {
+    const std::string dec = " /BitsPerSample 8 /Decode [0 255 0 255] /Range [0 255 0 255]";
+    const struct {
+        std::string dict, body;
+        std::vector<double> in, out;
+        const char* why;
+    } cases[] = {
+        {"/Domain [0 1] /Size [3] /Range [0 255] /Decode [0 255] /BitsPerSample 8",
+         bytes({0, 128, 255}),
+         {0.25},
+         {64},
+         "between the first two"},
+        {"/Domain [0 1] /Size [3] /Range [0 255] /Decode [0 255] /BitsPerSample 8",
+         bytes({0, 128, 255}),
+         {0.75},
+         {191.5},
+         "between the last two"},
+        {"/Domain [0 1] /Size [3] /Range [0 255] /Decode [0 255] /BitsPerSample 8",
+         bytes({0, 128, 255}),
+         {7},
+         {255},
+         "input clipped to Domain"},
+        {"/Domain [0 1] /Size [3] /Range [0 255] /Decode [0 255] /BitsPerSample 8 /Encode [2 0]",
+         bytes({0, 128, 255}),
+         {0},
+         {255},
+         "Encode reversed"},
+        {"/Domain [0 1] /Size [2] /Range [0 255] /Decode [0 255] /BitsPerSample 8 /Encode [-1 3]",
+         bytes({10, 20}),
+         {0.125},
+         {10},
+         "Encode clipped to the grid"},
+        {"/Domain [0 1] /Size [2] /Range [0 2] /BitsPerSample 8",
+         bytes({0, 255}),
+         {1},
+         {2},
+         "Decode defaults to Range"},
+        {"/Domain [0 1] /Size [2] /Range [0 1] /Decode [0 2] /BitsPerSample 8",
+         bytes({0, 255}),
+         {1},
+         {1},
+         "result clipped to Range"},
+        {"/Domain [0 1] /Size [4] /Range [0 255] /Decode [0 255] /BitsPerSample 8",
+         bytes({9, 9}),
+         {1},
+         {0},
+         "a short body reads 0"},
+        {"/Domain [0 1 0 1] /Size [2 2]" + dec,
+         bytes({0, 255, 100, 155, 200, 55, 40, 215}),
+         {0.5, 0.5},
+         {85, 170},
+         "bilinear, two outputs"},
+        {"/Domain [0 1 0 1] /Size [2 2]" + dec,
+         bytes({0, 255, 100, 155, 200, 55, 40, 215}),
+         {1, 0},
+         {100, 155},
+         "first input fastest"},
+        {"/Domain [0 1 0 1] /Size [2 2]" + dec,
+         bytes({0, 255, 100, 155, 200, 55, 40, 215}),
+         {0.25, 1},
+         {160, 95},
+         "along an edge"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        FuncDoc doc;
+        FuncPtr f = doc.parse(stream_text("/FunctionType 0 " + c.dict, c.body));
+        ASSERT_NE(f, nullptr);
+        EXPECT_EQ(eval_raw(*f, c.in), raws(c.out));
+    }
+}
+
+// Up to four inputs interpolate; five take the nearest grid point, halves up.
+TEST(FuncSampled, NearestBeyondFourInputs) {
+    std::string body;
+    for (int i = 0; i < 32; ++i) body += static_cast<char>(i);
+    FuncDoc doc;
+    FuncPtr f = doc.parse(
+        stream_text("/FunctionType 0 /Domain [0 1 0 1 0 1 0 1 0 1] /Range [0 255] /Decode [0 255] "
+                    "/BitsPerSample 8 /Size [2 2 2 2 2]",
+                    body));
+    ASSERT_NE(f, nullptr);
+    EXPECT_EQ(eval_raw(*f, {0.4, 0, 0, 0, 0}), raws({0}));
+    EXPECT_EQ(eval_raw(*f, {0.5, 0, 0, 0, 0}), raws({1}));
+    EXPECT_EQ(eval_raw(*f, {0, 0, 0, 0, 1}), raws({16}));
+    EXPECT_EQ(eval_raw(*f, {1, 1, 1, 1, 1}), raws({31}));
+}
+
+// The cap counts grid points times outputs and is checked before reading: a
+// table at the cap with an empty body loads and reads 0.
+TEST(FuncSampled, SampleCap) {
+    const int64_t cap = CPDFFuncSampled::kMaxSampleValues;
+    for (int64_t size : {cap, cap + 1}) {
+        SCOPED_TRACE(size);
+        FuncDoc doc;
+        FuncPtr f = doc.parse(
+            stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 32 /Size [" +
+                            std::to_string(size) + "]",
+                        ""));
+        ASSERT_EQ(f != nullptr, size == cap);
+        if (f) {
+            EXPECT_EQ(eval_raw(*f, {0.5}), raws({0}));
+        }
+    }
+}
+
+// Eight parts of 8x over [i/8, (i+1)/8], as a gradient of nine stops is written.
+TEST(FuncStitching, EightParts) {
+    std::string parts;
+    for (int i = 0; i < 8; ++i) parts += exp_part(i, i + 1);
+    FuncDoc doc;
+    FuncPtr f = doc.parse(
+        "<</FunctionType 3 /Domain [0 1] /Bounds [0.125 0.25 0.375 0.5 0.625 0.75 0.875] "
+        "/Encode [0 1 0 1 0 1 0 1 0 1 0 1 0 1 0 1] /Functions [" +
+        parts + "]>>");
+    ASSERT_NE(f, nullptr);
+    for (double x : {0.0, 0.0625, 0.125, 0.5, 0.8125, 0.875, 1.0, 2.0, -1.0}) {
+        SCOPED_TRACE(x);
+        const double clipped = x < 0 ? 0 : x > 1 ? 1 : x;
+        EXPECT_EQ(eval_raw(*f, {x}), raws({8 * clipped}));
+    }
+}
+
+TEST(FuncStitching, IntervalsAndEncode) {
+    const std::string consts = exp_part(0, 0) + exp_part(1, 1) + exp_part(2, 2);
+    const struct {
+        std::string dict;
+        double x, out;
+        const char* why;
+    } cases[] = {
+        {"/Domain [0 1] /Bounds [0.5 0.75] /Encode [0 1 0 1 0 1] /Functions [" + consts + "]", 0.5,
+         1, "a bound belongs to the interval it opens"},
+        {"/Domain [0 1] /Bounds [0.5 0.75] /Encode [0 1 0 1 0 1] /Functions [" + consts + "]",
+         0.499, 0, "just below a bound"},
+        {"/Domain [0 1] /Bounds [0.5 0.5] /Encode [0 1 0 1 0 1] /Functions [" + consts + "]", 0.5,
+         2, "an empty interval is never chosen"},
+        {"/Domain [0 1] /Bounds [0 1] /Encode [0 1 0 1 0 1] /Functions [" + consts + "]", 1, 2,
+         "Domain's end goes to the last part"},
+        {"/Domain [0 1] /Encode [1 0] /Functions [" + exp_part(0, 4) + "]", 0.25, 3,
+         "Encode reversed"},
+        {"/Domain [0.5 0.5] /Encode [0.25 1] /Functions [" + exp_part(0, 4) + "]", 0.9, 1,
+         "a Domain of zero width maps to the first Encode value"},
+        {"/Domain [0 1] /Encode [0 1] /Range [0 2] /Functions [" + exp_part(0, 4) + "]", 1, 2,
+         "Range clips"},
+        {"/Domain [0 1] /Encode [0 1] /Functions [<</FunctionType 3 /Domain [0 1] /Encode [0 0.5] "
+         "/Functions [" +
+             exp_part(0, 4) + "]>>]",
+         1, 2, "nested"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        FuncDoc doc;
+        FuncPtr f = doc.parse("<</FunctionType 3 " + c.dict + ">>");
+        ASSERT_NE(f, nullptr);
+        EXPECT_EQ(eval_raw(*f, {c.x}), raws({c.out}));
+    }
+}
+
+// A chain of stitching functions each holding the next: eight levels parse,
+// nine don't; a function holding itself ends at the same limit.
+TEST(FuncStitching, DepthLimit) {
+    for (int levels : {8, 9}) {
+        SCOPED_TRACE(levels);
+        FuncDoc doc;
+        doc.obj(levels, exp_part(0, 1));
+        for (int i = levels - 1; i >= 1; --i)
+            doc.obj(i, "<</FunctionType 3 /Domain [0 1] /Encode [0 1] /Functions [" +
+                           std::to_string(i + 1) + " 0 R]>>");
+        FuncPtr f = doc.parse("1 0 R");
+        ASSERT_EQ(f != nullptr, levels == 8);
+        if (f) {
+            EXPECT_EQ(eval_raw(*f, {0.5}), raws({0.5}));
+        }
+    }
+    FuncDoc doc;
+    doc.obj(1, "<</FunctionType 3 /Domain [0 1] /Encode [0 1] /Functions [1 0 R]>>");
+    EXPECT_EQ(doc.parse("1 0 R"), nullptr);
+}
+
+// Eight levels of eight references each would be 8^8 parts: the node budget
+// ends the parse instead.
+TEST(FuncStitching, FanOutIsBounded) {
+    FuncDoc doc;
+    doc.obj(9, exp_part(0, 1));
+    for (int i = 1; i <= 8; ++i) {
+        std::string refs;
+        for (int k = 0; k < 8; ++k) refs += std::to_string(i + 1) + " 0 R ";
+        doc.obj(i,
+                "<</FunctionType 3 /Domain [0 1] /Bounds [0.1 0.2 0.3 0.4 0.5 0.6 0.7] "
+                "/Encode [0 1 0 1 0 1 0 1 0 1 0 1 0 1 0 1] /Functions [" +
+                    refs + "]>>");
+    }
+    EXPECT_EQ(doc.parse("1 0 R"), nullptr);
+    EXPECT_NE(doc.parse("7 0 R"), nullptr) << "73 parts are within the budget";
+}
+
+// Every allocation of a stitching function with sampled and calculator parts
+// fails in turn: each attempt gives null or a function that evaluates, and no
+// leak; once all succeed the function is the full one.
+TEST(FuncParse, AllocationFailures) {
+    FuncDoc doc;
+    doc.obj(1, stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1 0 1] /BitsPerSample 8 "
+                           "/Size [3]",
+                           bytes({0, 255, 128, 128, 255, 0})));
+    doc.obj(2, stream_text("/FunctionType 4 /Domain [0 1] /Range [0 1 0 1]",
+                           "{ dup 0.5 gt { 1 exch sub } if dup }"));
+    const std::string text =
+        "<</FunctionType 3 /Domain [0 1] /Bounds [0.5] /Encode [0 1 0 1] /Range [0 1 0 1] "
+        "/Functions [1 0 R 2 0 R]>>";
+    ScopedObj o;
+    ASSERT_TRUE(CPDFXRefTable::parse_object(text.data(), text.size(), o.obj));
+    FuncPtr whole(CPDFFunction::parse_func(&o.obj, &doc.xref));
+    ASSERT_NE(whole, nullptr);
+    const std::vector<double> inputs = {0, 0.25, 0.5, 0.75, 1};
+    int failed = 0;
+    bool same = false;
+    for (int n = 0; n <= 300; ++n) {
+        SCOPED_TRACE(n);
+        kx_alloc_fail_after(n);
+        FuncPtr f(CPDFFunction::parse_func(&o.obj, &doc.xref));
+        kx_alloc_fail_after(-1);
+        failed += f == nullptr;
+        same = f != nullptr;
+        for (double x : inputs)
+            if (f) same &= eval_raw(*f, {x}) == eval_raw(*whole, {x});
+    }
+    EXPECT_GT(failed, 3) << "the loop should have met failures";
+    EXPECT_TRUE(same) << "300 allocations should be enough for the whole function";
+}
+
+}  // namespace
+}  // namespace shadepaint
