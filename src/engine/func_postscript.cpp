@@ -32,52 +32,14 @@ namespace shadepaint {
 
 namespace {
 
+// clang-format off
 enum : int32_t {
-    kPushInt,
-    kPushReal,
-    kJumpIfFalse,
-    kJump,
-    kAdd,
-    kSub,
-    kMul,
-    kDiv,
-    kIdiv,
-    kMod,
-    kNeg,
-    kAbs,
-    kCeiling,
-    kFloor,
-    kRound,
-    kTruncate,
-    kSqrt,
-    kSin,
-    kCos,
-    kAtan,
-    kExp,
-    kLn,
-    kLog,
-    kCvi,
-    kCvr,
-    kEq,
-    kNe,
-    kGt,
-    kGe,
-    kLt,
-    kLe,
-    kAnd,
-    kOr,
-    kNot,
-    kXor,
-    kBitshift,
-    kTrue,
-    kFalse,
-    kPop,
-    kExch,
-    kDup,
-    kCopy,
-    kIndex,
-    kRoll,
+    kPushInt, kPushReal, kJumpIfFalse, kJump, kAdd, kSub, kMul, kDiv, kIdiv, kMod, kNeg, kAbs,
+    kCeiling, kFloor, kRound, kTruncate, kSqrt, kSin, kCos, kAtan, kExp, kLn, kLog, kCvi, kCvr,
+    kEq, kNe, kGt, kGe, kLt, kLe, kAnd, kOr, kNot, kXor, kBitshift, kTrue, kFalse, kPop, kExch,
+    kDup, kCopy, kIndex, kRoll,
 };
+// clang-format on
 
 struct OperatorName {
     const char* name;

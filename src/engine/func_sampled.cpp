@@ -1,9 +1,10 @@
 // FunctionType 0. Samples are packed big-endian, BitsPerSample bits each, the
 // outputs of one grid point together and the first input varying fastest,
-// with no padding between rows. The table is read as far as the body goes and
-// no further: a short body leaves the remaining samples 0, and every read is
-// checked against the bytes actually held, so a lying /Length or Size can't
-// reach outside the buffer.
+// with no padding between rows. The table is read as far as the body goes, and
+// no further than the byte budget left to the parse: a short body leaves the
+// remaining samples 0, and every read is checked against the bytes actually
+// held, so a lying /Length or Size can't reach outside the buffer, and a large
+// Size with a small body costs only the body.
 //
 // Evaluation in double: each input is clipped to Domain, mapped through Encode
 // and clipped to the grid; up to four inputs are interpolated over the 2^m

@@ -3,6 +3,12 @@
 // limit, so that a function naming itself through a reference ends, and a node
 // and byte budget, so that a part list fanning out to the same large function
 // many times can't multiply into unbounded work or memory.
+//
+// Bad input gives null rather than a guess: a key that the kind needs (Domain;
+// N; Functions, Bounds and Encode; Size, BitsPerSample and Range of sampled
+// and calculator functions) missing or malformed, an optional one (Range, C0,
+// C1, Encode, Decode) of the wrong length, an empty array, or more than
+// kMaxInputs inputs or kMaxOutputs outputs.
 #include <new>
 
 #include "engine/func_common_p.h"

@@ -31,93 +31,71 @@ std::string exp_part(int c0, int c1) {
            std::to_string(c1) + "] /N 1>>";
 }
 
-const char kSampled8[] = "/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size [2]";
 const char kCalc[] = "/FunctionType 4 /Domain [0 1] /Range [0 1]";
 
+// Kinds of case text: 'o' an object as it stands, '2' and '3' a dictionary of
+// that FunctionType, '0' and '4' a stream of that type with a body of "ab" and
+// "{ }".
 TEST(FuncParse, Rejects) {
-    const std::string two_parts = "/FunctionType 3 /Domain [0 1] /Encode [0 1 0 1] ";
-    const struct {
-        std::string text;
-        const char* why;
-    } cases[] = {
-        {"null", "no object"},
-        {"5", "no dictionary"},
-        {stream_text("/Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size [2]", "ab"),
-         "FunctionType missing: not taken for 0"},
-        {"<</FunctionType /Two /Domain [0 1] /N 1>>", "FunctionType not a number"},
-        {"<</FunctionType 1 /Domain [0 1 0 1] /Range [0 1]>>", "type 1 is not a function kind"},
-        // Exponential.
-        {"<</FunctionType 2 /N 1>>", "no Domain"},
-        {"<</FunctionType 2 /Domain [1 0] /N 1>>", "Domain decreasing"},
-        {"<</FunctionType 2 /Domain [0] /N 1>>", "Domain odd"},
-        {"<</FunctionType 2 /Domain [] /N 1>>", "Domain empty"},
-        {"<</FunctionType 2 /Domain [0 1 0 1] /N 1>>", "two inputs"},
-        {"<</FunctionType 2 /Domain [0 1]>>", "no N"},
-        {"<</FunctionType 2 /Domain [0 1] /N /one>>", "N not a number"},
-        {"<</FunctionType 2 /Domain [0 1] /N 1 /C0 [0 0]>>", "C0 longer than default C1"},
-        {"<</FunctionType 2 /Domain [0 1] /N 1 /C0 [] /C1 []>>", "no outputs"},
-        {"<</FunctionType 2 /Domain [0 1] /N 1 /C0 5>>", "C0 not an array"},
-        {"<</FunctionType 2 /Domain [0 1] /N 1 /C0 [0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0] "
-         "/C1 [0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0]>>",
-         "17 outputs"},
-        {"<</FunctionType 2 /Domain [0 1] /N 1 /Range [0 1 0 1]>>", "Range of two outputs"},
-        {"<</FunctionType 2 /Domain [0 1] /N 1 /Range [1 0]>>", "Range decreasing"},
-        // Stitching.
-        {"<</FunctionType 3 /Domain [0 1] /Encode [0 1]>>", "no Functions"},
-        {"<</FunctionType 3 /Domain [0 1] /Functions [] /Encode []>>", "no parts"},
-        {"<<" + two_parts + "/Functions [" + exp_part(0, 1) + exp_part(0, 1) + "]>>", "no Bounds"},
-        {"<<" + two_parts + "/Functions [" + exp_part(0, 1) + exp_part(0, 1) +
-             "] /Bounds [0.5 0.6]>>",
-         "Bounds too long"},
-        {"<</FunctionType 3 /Domain [0 1] /Encode [0 1 0 1 0 1] /Bounds [0.6 0.5] /Functions [" +
-             exp_part(0, 1) + exp_part(0, 1) + exp_part(0, 1) + "]>>",
-         "Bounds decreasing"},
-        {"<<" + two_parts + "/Functions [" + exp_part(0, 1) + exp_part(0, 1) + "] /Bounds [1.5]>>",
-         "Bounds outside Domain"},
-        {"<</FunctionType 3 /Domain [0 1] /Bounds [0.5] /Encode [0 1] /Functions [" +
-             exp_part(0, 1) + exp_part(0, 1) + "]>>",
-         "Encode too short"},
-        {"<<" + two_parts + "/Bounds [0.5] /Functions [" + exp_part(0, 1) + " null]>>",
+    const std::string two = "/Functions [" + exp_part(0, 1) + exp_part(0, 1) + "]";
+    const std::string three =
+        "/Functions [" + exp_part(0, 1) + exp_part(0, 1) + exp_part(0, 1) + "]";
+    std::string many;
+    for (int i = 0; i < 17; ++i) many += " 0";
+    const std::string d8 = "/Domain [0 1] /Range [0 1] /BitsPerSample 8 ";
+    const std::string part = exp_part(0, 1);
+    // clang-format off
+    const struct { char kind; std::string text; const char* why; } cases[] = {
+        {'o', "null", "no object"},
+        {'o', "5", "no dictionary"},
+        {'o', stream_text(d8 + "/Size [2]", "ab"), "no FunctionType: not taken for 0"},
+        {'o', "<</FunctionType /Two /Domain [0 1] /N 1>>", "FunctionType not a number"},
+        {'o', "<</FunctionType 1 /Domain [0 1 0 1] /Range [0 1]>>", "type 1 is no function kind"},
+        {'2', "/N 1", "no Domain"},
+        {'2', "/Domain [1 0] /N 1", "Domain decreasing"},
+        {'2', "/Domain [] /N 1", "Domain empty"},
+        {'2', "/Domain [0 1 0 1] /N 1", "two inputs"},
+        {'2', "/Domain [0 1]", "no N"},
+        {'2', "/Domain [0 1] /N /one", "N not a number"},
+        {'2', "/Domain [0 1] /N 1 /C0 [0 0]", "C0 longer than the default C1"},
+        {'2', "/Domain [0 1] /N 1 /C0 [] /C1 []", "no outputs"},
+        {'2', "/Domain [0 1] /N 1 /C0 [" + many + "] /C1 [" + many + "]", "17 outputs"},
+        {'2', "/Domain [0 1] /N 1 /Range [0 1 0 1]", "Range of two outputs"},
+        {'3', "/Domain [0 1] /Encode [0 1]", "no Functions"},
+        {'3', "/Domain [0 1] /Functions [] /Encode []", "no parts"},
+        {'3', "/Domain [0 1] /Encode [0 1 0 1] " + two, "no Bounds"},
+        {'3', "/Domain [0 1] /Encode [0 1 0 1] /Bounds [0.5 0.6] " + two, "Bounds too long"},
+        {'3', "/Domain [0 1] /Encode [0 1 0 1] /Bounds [1.5] " + two, "Bounds beyond Domain"},
+        {'3', "/Domain [0 1] /Encode [0 1 0 1 0 1] /Bounds [0.6 0.5] " + three, "Bounds fall"},
+        {'3', "/Domain [0 1] /Encode [0 1] /Bounds [0.5] " + two, "Encode too short"},
+        {'3', "/Domain [0 1] /Encode [0 1 0 1] /Bounds [0.5] /Functions [" + part + " null]",
          "a part that is no function"},
-        {"<<" + two_parts + "/Bounds [0.5] /Functions [" + exp_part(0, 1) +
-             "<</FunctionType 2 /Domain [0 1] /N 1 /C0 [0 0] /C1 [1 1]>>]>>",
-         "parts differ in outputs"},
-        // Sampled.
-        {"<<" + std::string(kSampled8) + ">>", "a dictionary, not a stream"},
-        {stream_text("/FunctionType 0 /Domain [0 1] /BitsPerSample 8 /Size [2]", "ab"), "no Range"},
-        {stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8", "ab"),
-         "no Size"},
-        {stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size [0]", ""),
-         "Size 0"},
-        {stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size [-2]", ""),
-         "Size negative"},
-        {stream_text("/FunctionType 0 /Domain [0 1 0 1] /Range [0 1] /BitsPerSample 8 /Size [2]",
-                     ""),
-         "Size shorter than Domain"},
-        {stream_text(
-             "/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 8 /Size [3000000000.0]",
-             ""),
-         "Size beyond 32 bits"},
-        {stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /Size [2]", "ab"),
-         "no BitsPerSample"},
-        {stream_text("/FunctionType 0 /Domain [0 1] /Range [0 1] /BitsPerSample 3 /Size [2]", "ab"),
-         "BitsPerSample 3"},
-        {stream_text(std::string(kSampled8) + " /Encode [0 1 0 1]", "ab"), "Encode too long"},
-        {stream_text(std::string(kSampled8) + " /Decode [0]", "ab"), "Decode too short"},
-        {stream_text("/FunctionType 0 /Domain [0 1 0 1] /Range [0 1 0 1] /BitsPerSample 8 "
-                     "/Size [2048 1025]",
-                     ""),
-         "more samples than the cap"},
-        // Calculator.
-        {"<<" + std::string(kCalc) + ">>", "a dictionary, not a stream"},
-        {stream_text("/FunctionType 4 /Domain [0 1]", "{ }"), "no Range"},
-        {stream_text("/FunctionType 4 /Range [0 1]", "{ }"), "no Domain"},
-        {stream_text(kCalc, "{ 1 2 add"), "bad program"},
+        {'3', "/Domain [0 1] /Encode [0 1 0 1] /Bounds [0.5] /Functions [" + part +
+              "<</FunctionType 2 /Domain [0 1] /N 1 /C0 [0 0] /C1 [1 1]>>]", "outputs differ"},
+        {'o', "<<" + d8 + "/FunctionType 0 /Size [2]>>", "sampled: a dictionary, not a stream"},
+        {'0', "/Domain [0 1] /BitsPerSample 8 /Size [2]", "no Range"},
+        {'0', d8, "no Size"},
+        {'0', d8 + "/Size [0]", "Size 0"},
+        {'0', "/Domain [0 1 0 1] /Range [0 1] /BitsPerSample 8 /Size [2]", "Size too short"},
+        {'0', d8 + "/Size [3000000000.0]", "Size beyond 32 bits"},
+        {'0', d8 + "/Size [2] /BitsPerSample 3", "BitsPerSample 3"},
+        {'0', d8 + "/Size [2] /Encode [0 1 0 1]", "Encode too long"},
+        {'0', d8 + "/Size [2] /Decode [0]", "Decode too short"},
+        {'0', "/Domain [0 1 0 1] /Range [0 1 0 1] /BitsPerSample 8 /Size [2048 1025]", "cap"},
+        {'o', "<</FunctionType 4 /Domain [0 1] /Range [0 1]>>", "calculator: not a stream"},
+        {'4', "/Domain [0 1]", "no Range"},
+        {'4', "/Range [0 1]", "no Domain"},
     };
+    // clang-format on
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.why) + ": " + c.text);
+        std::string text = c.text;
+        if (c.kind == '2' || c.kind == '3')
+            text = "<</FunctionType " + std::string(1, c.kind) + " " + text + ">>";
+        if (c.kind == '0') text = stream_text("/FunctionType 0 " + text, "ab");
+        if (c.kind == '4') text = stream_text("/FunctionType 4 " + text, "{ }");
         FuncDoc doc;
-        EXPECT_EQ(doc.parse(c.text), nullptr);
+        EXPECT_EQ(doc.parse(text), nullptr);
     }
     FuncDoc doc;
     EXPECT_EQ(CPDFFunction::parse_func(nullptr, &doc.xref), nullptr);
@@ -234,69 +212,33 @@ TEST(FuncSampled, SampleWidths) {
     }
 }
 
+// Decode [0 255] gives the samples themselves.
 TEST(FuncSampled, Interpolation) {
-    const std::string dec = " /BitsPerSample 8 /Decode [0 255 0 255] /Range [0 255 0 255]";
+    const std::string one = "/Domain [0 1] /Range [0 255] /Decode [0 255] /BitsPerSample 8 ";
+    const std::string two =
+        "/Domain [0 1 0 1] /Size [2 2] /BitsPerSample 8 /Decode [0 255 0 255] /Range [0 255 0 255]";
+    const std::string grid = bytes({0, 255, 100, 155, 200, 55, 40, 215});
+    const std::string ramp = bytes({0, 128, 255});
+    const std::string d1 = "/Domain [0 1] /Size [2] /BitsPerSample 8 ";
+    // clang-format off
     const struct {
         std::string dict, body;
         std::vector<double> in, out;
         const char* why;
     } cases[] = {
-        {"/Domain [0 1] /Size [3] /Range [0 255] /Decode [0 255] /BitsPerSample 8",
-         bytes({0, 128, 255}),
-         {0.25},
-         {64},
-         "between the first two"},
-        {"/Domain [0 1] /Size [3] /Range [0 255] /Decode [0 255] /BitsPerSample 8",
-         bytes({0, 128, 255}),
-         {0.75},
-         {191.5},
-         "between the last two"},
-        {"/Domain [0 1] /Size [3] /Range [0 255] /Decode [0 255] /BitsPerSample 8",
-         bytes({0, 128, 255}),
-         {7},
-         {255},
-         "input clipped to Domain"},
-        {"/Domain [0 1] /Size [3] /Range [0 255] /Decode [0 255] /BitsPerSample 8 /Encode [2 0]",
-         bytes({0, 128, 255}),
-         {0},
-         {255},
-         "Encode reversed"},
-        {"/Domain [0 1] /Size [2] /Range [0 255] /Decode [0 255] /BitsPerSample 8 /Encode [-1 3]",
-         bytes({10, 20}),
-         {0.125},
-         {10},
-         "Encode clipped to the grid"},
-        {"/Domain [0 1] /Size [2] /Range [0 2] /BitsPerSample 8",
-         bytes({0, 255}),
-         {1},
-         {2},
-         "Decode defaults to Range"},
-        {"/Domain [0 1] /Size [2] /Range [0 1] /Decode [0 2] /BitsPerSample 8",
-         bytes({0, 255}),
-         {1},
-         {1},
-         "result clipped to Range"},
-        {"/Domain [0 1] /Size [4] /Range [0 255] /Decode [0 255] /BitsPerSample 8",
-         bytes({9, 9}),
-         {1},
-         {0},
-         "a short body reads 0"},
-        {"/Domain [0 1 0 1] /Size [2 2]" + dec,
-         bytes({0, 255, 100, 155, 200, 55, 40, 215}),
-         {0.5, 0.5},
-         {85, 170},
-         "bilinear, two outputs"},
-        {"/Domain [0 1 0 1] /Size [2 2]" + dec,
-         bytes({0, 255, 100, 155, 200, 55, 40, 215}),
-         {1, 0},
-         {100, 155},
-         "first input fastest"},
-        {"/Domain [0 1 0 1] /Size [2 2]" + dec,
-         bytes({0, 255, 100, 155, 200, 55, 40, 215}),
-         {0.25, 1},
-         {160, 95},
-         "along an edge"},
+        {one + "/Size [3]", ramp, {0.25}, {64}, "between the first two"},
+        {one + "/Size [3]", ramp, {0.75}, {191.5}, "between the last two"},
+        {one + "/Size [3]", ramp, {7}, {255}, "input clipped to Domain"},
+        {one + "/Size [3] /Encode [2 0]", ramp, {0}, {255}, "Encode reversed"},
+        {one + "/Size [2] /Encode [-1 3]", bytes({10, 20}), {0.125}, {10}, "Encode clipped"},
+        {one + "/Size [4]", bytes({9, 9}), {1}, {0}, "a short body reads 0"},
+        {d1 + "/Range [0 2]", bytes({0, 255}), {1}, {2}, "Decode defaults to Range"},
+        {d1 + "/Range [0 1] /Decode [0 2]", bytes({0, 255}), {1}, {1}, "result clipped to Range"},
+        {two, grid, {0.5, 0.5}, {85, 170}, "bilinear, two outputs"},
+        {two, grid, {1, 0}, {100, 155}, "first input fastest"},
+        {two, grid, {0.25, 1}, {160, 95}, "along an edge"},
     };
+    // clang-format on
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         FuncDoc doc;
