@@ -82,15 +82,16 @@ CPDFCSBase* device_space(int32_t comps) {
 
 // The stream's dictionary is all that is read: the profile itself is not
 // interpreted. An Alternate wins when it parses and agrees with /N (or /N is
-// absent); Indexed and Pattern are no alternates for a profile.
+// no usable count); Indexed and Pattern are no alternates for a profile.
 CPDFCSBase* icc_space(const CPDFArray* arr, CPDFXRefTable* xref, int32_t depth) {
     ScopedObj holder;
     const CPDFObj* stream = detail::resolve(detail::array_at(arr, 1), xref, holder.obj);
     if (!stream || !stream->dict()) return nullptr;
-    const CPDFObj* n_obj = detail::dict_find(*stream, "N");
-    const int32_t n = n_obj ? detail::obj_to_int(xref, n_obj) : 0;
+    const int32_t n = detail::obj_to_int(xref, detail::dict_find(*stream, "N"));
+    const bool n_usable = n >= 1 && n <= detail::kCsMaxComps;
     CPDFCSBase* alt = detail::parse_cs(detail::dict_find(*stream, "Alternate"), xref, depth + 1);
-    if (alt && alt->m_family != kCsFamilyIndexed && (!n_obj || alt->m_comp_count == n)) return alt;
+    if (alt && alt->m_family != kCsFamilyIndexed && (!n_usable || alt->m_comp_count == n))
+        return alt;
     delete alt;
     return device_space(n);
 }
