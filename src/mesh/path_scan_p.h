@@ -17,7 +17,11 @@
 // ya <= yc < yb. The crossing's x is rounded up, so that "centre x >= crossing"
 // in integers means "centre at or right of the true crossing". Both depend
 // only on the piece, not on its direction, so two polygons that share an edge
-// record the same crossings for it.
+// record the same crossings for it. That holds for every edge the cuts at the
+// top and bottom leave alone. A cut edge is re-interpolated from its cut
+// point, and that point is rounded from the end that is kept, so the two
+// directions of one cut edge can disagree by a unit: a pixel centre within
+// 1/128 pixel of such a shared edge may then be painted twice or not at all.
 //
 // Painting (scan_render) sorts each row's crossings by x and fills between
 // neighbours wherever the running sum of directions is not zero. A pixel is
@@ -121,10 +125,9 @@ struct store_rgba32 {
     static constexpr int kBytes = 4;
     using table_type = void;
     static void put(uint8_t* px, const int32_t* v, const void*) {
-        px[0] = static_cast<uint8_t>(v[0]);
-        px[1] = static_cast<uint8_t>(v[1]);
-        px[2] = static_cast<uint8_t>(v[2]);
-        px[3] = static_cast<uint8_t>(v[3]);
+        const _KXRGBA c{static_cast<uint8_t>(v[0]), static_cast<uint8_t>(v[1]),
+                        static_cast<uint8_t>(v[2]), static_cast<uint8_t>(v[3])};
+        std::memcpy(px, &c, 4);
     }
 };
 
@@ -426,16 +429,20 @@ void scan_span(uint8_t* row, int32_t width, const typename Value::item_type& lef
     int32_t vl[N], vr[N], v[N];
     Value::get_item(left, vl);
     Value::get_item(right, vr);
-    int64_t acc[N], step[N];
+    // 32-bit accumulators: every value lies in 0..255 in 16 fraction bits. A
+    // span of one pixel takes no step, which spares the large step of a
+    // narrow span.
+    int32_t acc[N], step[N];
     for (int k = 0; k < N; ++k) {
         const int64_t dv = static_cast<int64_t>(vr[k] - vl[k]) * (int64_t{1} << kSpanFracBits);
-        acc[k] = (static_cast<int64_t>(vl[k]) << kSpanFracBits) + dv * off / dx;
-        step[k] = dv * kScanOne / dx;
+        acc[k] =
+            static_cast<int32_t>((static_cast<int64_t>(vl[k]) << kSpanFracBits) + dv * off / dx);
+        step[k] = i1 - i0 > 1 ? static_cast<int32_t>(dv * kScanOne / dx) : 0;
     }
     uint8_t* px = row + i0 * Store::kBytes;
     for (int64_t i = i0; i < i1; ++i, px += Store::kBytes) {
         for (int k = 0; k < N; ++k) {
-            v[k] = static_cast<int32_t>(acc[k] >> kSpanFracBits);
+            v[k] = acc[k] >> kSpanFracBits;
             acc[k] += step[k];
         }
         Store::put(px, v, table);

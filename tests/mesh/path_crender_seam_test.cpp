@@ -1,0 +1,243 @@
+// Which pixels the converters paint: meshes and fans must cover every pixel
+// once, and any polygon must paint what an exact inside test says, however
+// far outside the bitmap its corners lie.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <random>
+#include <vector>
+
+#include "mesh/path_crender.h"
+#include "mesh/path_crender2.h"
+#include "mesh/scan_test_util.h"
+#include "shading/bitmap.h"
+
+namespace {
+
+using namespace shadepaint;
+using scantest::at;
+using scantest::Corner;
+using scantest::Side;
+
+const _KXRGBA kInk{1, 1, 1, 255};
+
+// Paints each polygon alone and counts, per pixel, how many painted it.
+class Counter {
+public:
+    Counter(int32_t w, int32_t h, int32_t ox, int32_t oy)
+        : m_bmp(w, h), m_ox(ox), m_oy(oy), m_counts(static_cast<size_t>(w) * h, 0) {}
+
+    void add(const std::vector<Corner>& poly) {
+        scantest::paint(m_path, poly, m_ox, m_oy, m_bmp);
+        for (int32_t y = 0; y < m_bmp.m_height; ++y) {
+            for (int32_t x = 0; x < m_bmp.m_width; ++x) {
+                uint8_t* px = scantest::pixel(m_bmp, 4, x, y);
+                if (px[3] != 0) ++m_counts[static_cast<size_t>(y) * m_bmp.m_width + x];
+                px[3] = 0;
+            }
+        }
+    }
+    int count(int32_t x, int32_t y) const {
+        return m_counts[static_cast<size_t>(y) * m_bmp.m_width + x];
+    }
+    int32_t width() const { return m_bmp.m_width; }
+    int32_t height() const { return m_bmp.m_height; }
+    int32_t ox() const { return m_ox; }
+    int32_t oy() const { return m_oy; }
+
+private:
+    CKXBmp32 m_bmp;
+    CKXPathCRender m_path;
+    int32_t m_ox, m_oy;
+    std::vector<int> m_counts;
+};
+
+// Every pixel whose centre is clearly inside `outline` was painted exactly
+// once, every pixel clearly outside never, and none twice anywhere. Returns
+// the number of bad pixels, reporting the first few.
+int check_cover(const Counter& c, const std::vector<Corner>& outline, int64_t margin) {
+    int bad = 0;
+    for (int32_t y = 0; y < c.height(); ++y) {
+        for (int32_t x = 0; x < c.width(); ++x) {
+            const Side side = scantest::classify(outline, c.ox(), c.oy(), x, y, margin);
+            const int n = c.count(x, y);
+            const bool ok = side == Side::kIn ? n == 1 : side == Side::kOut ? n == 0 : n <= 1;
+            if (!ok && ++bad <= 5) ADD_FAILURE() << "pixel " << x << "," << y << " painted " << n;
+        }
+    }
+    return bad;
+}
+
+// A triangle with its corners in a random order and orientation.
+std::vector<Corner> shuffled(std::mt19937& rng, Corner a, Corner b, Corner c) {
+    std::vector<Corner> t = {a, b, c};
+    if (rng() & 1) std::swap(t[1], t[2]);
+    std::rotate(t.begin(), t.begin() + rng() % 3, t.end());
+    return t;
+}
+
+// Cut positions from lo to hi at least `gap` apart, ends included.
+std::vector<int64_t> cuts(std::mt19937& rng, int64_t lo, int64_t hi, int64_t gap) {
+    std::vector<int64_t> v = {lo};
+    while (hi - v.back() >= 2 * gap) {
+        const int64_t room = hi - gap - (v.back() + gap);
+        v.push_back(v.back() + gap + static_cast<int64_t>(rng() % static_cast<uint32_t>(room + 1)));
+        if (rng() % 3 == 0) break;
+    }
+    v.push_back(hi);
+    return v;
+}
+
+// A rectangle cut into a grid of quadrilaterals, inner corners moved a little,
+// each quadrilateral split along a random diagonal.
+void grid_mesh(std::mt19937& rng, Counter& counter, int64_t x0, int64_t y0, int64_t x1,
+               int64_t y1) {
+    const int64_t gap = 300, jitter = 50;
+    const std::vector<int64_t> xs = cuts(rng, x0, x1, gap), ys = cuts(rng, y0, y1, gap);
+    std::vector<std::vector<Corner>> v(xs.size(), std::vector<Corner>(ys.size()));
+    for (size_t i = 0; i < xs.size(); ++i) {
+        for (size_t j = 0; j < ys.size(); ++j) {
+            const bool inner = i > 0 && j > 0 && i + 1 < xs.size() && j + 1 < ys.size();
+            const int64_t dx = inner ? static_cast<int64_t>(rng() % (2 * jitter + 1)) - jitter : 0;
+            const int64_t dy = inner ? static_cast<int64_t>(rng() % (2 * jitter + 1)) - jitter : 0;
+            v[i][j] = at(xs[i] + dx, ys[j] + dy, kInk);
+        }
+    }
+    for (size_t i = 0; i + 1 < xs.size(); ++i) {
+        for (size_t j = 0; j + 1 < ys.size(); ++j) {
+            const Corner &a = v[i][j], &b = v[i + 1][j], &c = v[i + 1][j + 1], &d = v[i][j + 1];
+            if (rng() & 1) {
+                counter.add(shuffled(rng, a, b, c));
+                counter.add(shuffled(rng, a, c, d));
+            } else {
+                counter.add(shuffled(rng, a, b, d));
+                counter.add(shuffled(rng, b, c, d));
+            }
+        }
+    }
+}
+
+TEST(PathCRenderSeam, GridTriangulationsPaintEveryPixelOnce) {
+    const uint32_t seed = 20240611;
+    std::printf("seed %u\n", seed);
+    std::mt19937 rng(seed);
+    for (int trial = 0; trial < 150; ++trial) {
+        SCOPED_TRACE(trial);
+        const int32_t ox = static_cast<int32_t>(rng() % 11) - 5;
+        const int32_t oy = static_cast<int32_t>(rng() % 11) - 5;
+        Counter counter(40, 32, ox, oy);
+        // Inside the bitmap's rows, so that no edge is cut at the top or bottom.
+        const int64_t left = ox * 128 - 600 + rng() % 1200, top = oy * 128 + rng() % 600;
+        const int64_t right = left + 600 + rng() % 4000, bottom = top + 600 + rng() % 3000;
+        grid_mesh(rng, counter, left, top, right, bottom);
+        const std::vector<Corner> outline = {at(left, top), at(right, top), at(right, bottom),
+                                             at(left, bottom)};
+        ASSERT_EQ(check_cover(counter, outline, 4), 0);
+    }
+}
+
+TEST(PathCRenderSeam, FansAroundAPointPaintEveryPixelOnce) {
+    const uint32_t seed = 99173;
+    std::printf("seed %u\n", seed);
+    std::mt19937 rng(seed);
+    const double pi = 3.14159265358979323846;
+    for (int trial = 0; trial < 200; ++trial) {
+        SCOPED_TRACE(trial);
+        Counter counter(36, 36, 0, 0);
+        // The centre sometimes exactly on a pixel centre, where all spokes meet.
+        const int64_t cx = 18 * 128 + (trial % 4 == 0 ? 64 : rng() % 128);
+        const int64_t cy = 18 * 128 + (trial % 4 == 0 ? 64 : rng() % 128);
+        const int n = 3 + static_cast<int>(rng() % 14);
+        std::vector<Corner> rim;
+        for (int k = 0; k < n; ++k) {
+            // Gaps between spokes stay below a half turn.
+            const double a = 2 * pi * (k + 0.45 * ((rng() % 1000) / 1000.0)) / n;
+            const double r = 300 + rng() % 1800;
+            rim.push_back(at(cx + static_cast<int64_t>(std::lround(r * std::cos(a))),
+                             cy + static_cast<int64_t>(std::lround(r * std::sin(a))), kInk));
+        }
+        const Corner centre = at(cx, cy, kInk);
+        for (int k = 0; k < n; ++k) counter.add(shuffled(rng, centre, rim[k], rim[(k + 1) % n]));
+        ASSERT_EQ(check_cover(counter, rim, 4), 0);
+    }
+}
+
+TEST(PathCRenderSeam, MeshesWiderThanTheBitmapPaintEveryPixelOnce) {
+    // Edges running out at the left and right are not cut, so the seams stay
+    // exact there too.
+    const uint32_t seed = 4242;
+    std::printf("seed %u\n", seed);
+    std::mt19937 rng(seed);
+    for (int trial = 0; trial < 60; ++trial) {
+        SCOPED_TRACE(trial);
+        Counter counter(24, 30, 2, 1);
+        const int64_t left = -3000 - rng() % 100000, right = 40 * 128 + rng() % 100000;
+        const int64_t top = 1 * 128 + rng() % 500, bottom = 30 * 128 - rng() % 500;
+        grid_mesh(rng, counter, left, top, right, bottom);
+        const std::vector<Corner> outline = {at(left, top), at(right, top), at(right, bottom),
+                                             at(left, bottom)};
+        ASSERT_EQ(check_cover(counter, outline, 4), 0);
+    }
+}
+
+// Corners drawn from a range class: near the bitmap, far out, or anywhere in
+// 32 bits.
+int64_t coordinate(std::mt19937& rng, int range_class, int64_t extent) {
+    switch (range_class) {
+        case 0:
+            return static_cast<int64_t>(rng() % static_cast<uint32_t>(extent + 2000)) - 1000;
+        case 1:
+            return static_cast<int64_t>(rng() % (1u << 22)) - (1 << 21);
+        default:
+            return static_cast<int64_t>(static_cast<int32_t>(rng()));
+    }
+}
+
+TEST(PathCRenderSeam, AnyPolygonPaintsWhatTheExactInsideTestSays) {
+    // Triangles to pentagons, convex or not, crossing themselves or not, cut
+    // on any side or none: the nonzero rule on pixel centres, up to the
+    // rounding of the cuts and crossings near an edge.
+    const uint32_t seed = 5150;
+    std::printf("seed %u\n", seed);
+    std::mt19937 rng(seed);
+    for (int trial = 0; trial < 600; ++trial) {
+        SCOPED_TRACE(trial);
+        const int32_t w = 1 + static_cast<int32_t>(rng() % 40);
+        const int32_t h = 1 + static_cast<int32_t>(rng() % 30);
+        const int range_class = trial % 3;
+        // An origin keeps every corner clear of the 32-bit wrap.
+        const int32_t ox = range_class == 2 ? 0 : static_cast<int32_t>(rng() % 9) - 4;
+        const int32_t oy = range_class == 2 ? 0 : static_cast<int32_t>(rng() % 9) - 4;
+        const int n = 3 + static_cast<int>(rng() % 3);
+        std::vector<Corner> poly;
+        for (int k = 0; k < n; ++k) {
+            poly.push_back(at(ox * 128 + coordinate(rng, range_class, w * 128),
+                              oy * 128 + coordinate(rng, range_class, h * 128), kInk));
+        }
+        Counter counter(w, h, ox, oy);
+        counter.add(poly);
+        ASSERT_EQ(check_cover(counter, poly, 6), 0);
+    }
+}
+
+TEST(PathCRenderSeam, ManyCrossingsInARowGrowTheRowStore) {
+    // A comb of 200 teeth puts 400 crossings into each row it spans, more
+    // than one step of the row store.
+    std::vector<Corner> comb;
+    const int teeth = 200;
+    for (int k = 0; k < teeth; ++k) {
+        comb.push_back(at(k * 200 + 30, 100, kInk));
+        comb.push_back(at(k * 200 + 130, 100, kInk));
+        comb.push_back(at(k * 200 + 130, 1200, kInk));
+        comb.push_back(at(k * 200 + 170, 1200, kInk));
+    }
+    comb.push_back(at(teeth * 200, 1400, kInk));
+    comb.push_back(at(0, 1400, kInk));
+    Counter counter(teeth * 200 / 128 + 2, 12, 0, 0);
+    counter.add(comb);
+    EXPECT_EQ(check_cover(counter, comb, 4), 0);
+}
+
+}  // namespace
