@@ -17,6 +17,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "numeric/kxfix.h"
 #include "numeric/kxgeom.h"
@@ -63,10 +64,9 @@ inline uint8_t gray_of_rgba(_KXRGBA c) {
 struct store_bgra {
     static constexpr ptrdiff_t kBytes = 4;
     static void put(uint8_t* p, _KXRGBA c, uint32_t coverage) {
-        p[0] = c.b;
-        p[1] = c.g;
-        p[2] = c.r;
-        p[3] = covered_alpha(coverage, c.a);
+        // Scaled in a copy and stored as one word, not four bytes.
+        c.a = covered_alpha(coverage, c.a);
+        std::memcpy(p, &c, sizeof(c));
     }
 };
 
@@ -114,6 +114,97 @@ inline void paint_band(const PDF_RENDER_BAND& band, const Lookup& lookup) {
         }
         row_x += row_dx;
         row_y += row_dy;
+    }
+}
+
+// Coverage bytes tested together for a run of fully covered pixels.
+constexpr int32_t kCoverageGroup = 8;
+
+// Stores n pixels of one row. Where a group of coverage bytes is all 255, the
+// group's pixels are copied from full (prepared by the same store under
+// coverage 255), and full then moves on by full_advance bytes; elsewhere each
+// covered pixel is stored from colour_at(i).
+template <class Store, class ColourAt>
+inline void store_row(const uint8_t* m, uint8_t* p, int32_t n, const uint8_t* full,
+                      ptrdiff_t full_advance, const ColourAt& colour_at) {
+    int32_t i = 0;
+    for (; i + kCoverageGroup <= n; i += kCoverageGroup, full += full_advance) {
+        uint64_t group;
+        std::memcpy(&group, m + i, sizeof(group));
+        if (group == ~uint64_t{0}) {
+            std::memcpy(p + i * Store::kBytes, full, kCoverageGroup * Store::kBytes);
+            continue;
+        }
+        for (int32_t k = i; k < i + kCoverageGroup; ++k) {
+            if (m[k] != 0) Store::put(p + k * Store::kBytes, colour_at(k), m[k]);
+        }
+    }
+    for (; i < n; ++i) {
+        if (m[i] != 0) Store::put(p + i * Store::kBytes, colour_at(i), m[i]);
+    }
+}
+
+// The pixel loop for a lookup that gives one colour along each row (it reads
+// only the coordinate whose column step is 0): one look-up a row.
+template <class Store, class Lookup>
+inline void paint_band_uniform_rows(const PDF_RENDER_BAND& band, const Lookup& lookup) {
+    static_assert(!Lookup::kPaintsUncovered, "uncovered pixels are skipped here");
+    const uint8_t* const mask = band.m_mask_row;
+    uint8_t* const dst = band.m_dst_row;
+    const ptrdiff_t mask_stride = band.m_mask_stride;
+    const ptrdiff_t dst_stride = band.m_dst_stride;
+    const int32_t width = band.m_width;
+    const int32_t height = band.m_height;
+    const KXFIX row_dx = band.m_row_dx;
+    const KXFIX row_dy = band.m_row_dy;
+    KXFIX row_x = band.m_start_x;
+    KXFIX row_y = band.m_start_y;
+    uint8_t full[kCoverageGroup * Store::kBytes];
+    for (int32_t j = 0; j < height; ++j) {
+        const _KXRGBA c = lookup(row_x, row_y);
+        for (int32_t k = 0; k < kCoverageGroup; ++k) Store::put(full + k * Store::kBytes, c, 255);
+        store_row<Store>(mask + j * mask_stride, dst + j * dst_stride, width, full, 0,
+                         [c](int32_t) { return c; });
+        row_x += row_dx;
+        row_y += row_dy;
+    }
+}
+
+// Columns whose colours are looked up together, on the stack.
+constexpr int32_t kColumnRun = 512;
+
+// The pixel loop for a lookup that gives every row of the band the same
+// colours (it reads only the coordinate whose row step is 0): the colours of
+// a run of columns are looked up once, along the first row's running
+// coordinates, and stored into every row.
+template <class Store, class Lookup>
+inline void paint_band_repeated_rows(const PDF_RENDER_BAND& band, const Lookup& lookup) {
+    static_assert(!Lookup::kPaintsUncovered, "uncovered pixels are skipped here");
+    const uint8_t* const mask = band.m_mask_row;
+    uint8_t* const dst = band.m_dst_row;
+    const ptrdiff_t mask_stride = band.m_mask_stride;
+    const ptrdiff_t dst_stride = band.m_dst_stride;
+    const int32_t width = band.m_width;
+    const int32_t height = band.m_height;
+    const KXFIX col_dx = band.m_col_dx;
+    const KXFIX col_dy = band.m_col_dy;
+    KXFIX x = band.m_start_x;
+    KXFIX y = band.m_start_y;
+    _KXRGBA colours[kColumnRun];
+    uint8_t full[kColumnRun * Store::kBytes];
+    for (int32_t first = 0; first < width; first += kColumnRun) {
+        const int32_t n = width - first < kColumnRun ? width - first : kColumnRun;
+        for (int32_t i = 0; i < n; ++i) {
+            colours[i] = lookup(x, y);
+            Store::put(full + i * Store::kBytes, colours[i], 255);
+            x += col_dx;
+            y += col_dy;
+        }
+        for (int32_t j = 0; j < height; ++j) {
+            store_row<Store>(
+                mask + j * mask_stride + first, dst + j * dst_stride + first * Store::kBytes, n,
+                full, kCoverageGroup * Store::kBytes, [&colours](int32_t i) { return colours[i]; });
+        }
     }
 }
 

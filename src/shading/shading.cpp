@@ -163,6 +163,26 @@ void eval_functions(CPDFFunction* const* funcs, int32_t count, const KXFIX* in, 
     }
 }
 
+void build_ramp(const CPDFCSBase* cs, CPDFFunction* const* funcs, int32_t count, KXFIX t0, KXFIX t1,
+                _KXRGBA* ramp, uint8_t* gray) {
+    if (!cs) return;
+    KXFIX in[CPDFFunction::kMaxInputs] = {};
+    // Not cleared between steps: a function that delivers fewer outputs than
+    // the space has components leaves the rest as an earlier step (or the
+    // start, zero) had them.
+    KXFIX out[kFuncOutputSlots] = {};
+    PDF_COLOR color = {};
+    const int32_t comps = cs->m_comp_count < kColorComps ? cs->m_comp_count : kColorComps;
+    for (int32_t i = 0; i < kRampSize; ++i) {
+        in[0] = ramp_input(t0, t1, i);
+        eval_functions(funcs, count, in, out);
+        for (int32_t j = 0; j < comps; ++j) color.m_comps[j] = out[j].to_byte();
+        cs->get_rgb(color, ramp[i]);
+        ramp[i].a = 255;
+        if (gray) cs->get_gray(color, gray[i]);
+    }
+}
+
 }  // namespace detail
 
 }  // namespace shadepaint

@@ -23,7 +23,6 @@
 
 #include "engine/kxalloc.h"
 #include "object/obj_access_p.h"
-#include "shading/function.h"
 #include "shading/render_frame_p.h"
 #include "shading/shading_p.h"
 
@@ -70,16 +69,29 @@ struct pos_along_x {
 struct pos_along_y {
     static KXFIX at(const axial_geom& g, KXFIX, KXFIX y) { return (y - g.y0) * g.scale; }
 };
+// The slanted rules are sums of a part that reads x and a part that reads y,
+// finished by the reciprocal; a band whose x changes only along rows and y
+// only down columns computes each part once per column or row.
 struct pos_slanted {
+    static KXFIX part_x(const axial_geom& g, KXFIX x) { return g.dx * (x - g.x0); }
+    static KXFIX part_y(const axial_geom& g, KXFIX y) { return g.dy * (y - g.y0); }
+    static KXFIX finish(const axial_geom& g, KXFIX a, KXFIX b) { return (a + b) * g.scale; }
     static KXFIX at(const axial_geom& g, KXFIX x, KXFIX y) {
-        return (g.dx * (x - g.x0) + g.dy * (y - g.y0)) * g.scale;
+        return finish(g, part_x(g, x), part_y(g, y));
     }
 };
 struct pos_shifted {
-    static KXFIX at(const axial_geom& g, KXFIX x, KXFIX y) {
-        const KXFIX a = KXFIX::from_raw(g.dx.m_raw >> g.shift) * (x - g.x0);
-        const KXFIX b = KXFIX::from_raw(g.dy.m_raw >> g.shift) * (y - g.y0);
+    static KXFIX part_x(const axial_geom& g, KXFIX x) {
+        return KXFIX::from_raw(g.dx.m_raw >> g.shift) * (x - g.x0);
+    }
+    static KXFIX part_y(const axial_geom& g, KXFIX y) {
+        return KXFIX::from_raw(g.dy.m_raw >> g.shift) * (y - g.y0);
+    }
+    static KXFIX finish(const axial_geom& g, KXFIX a, KXFIX b) {
         return KXFIX::from_raw((a + b).m_raw >> g.shift) * g.scale;
+    }
+    static KXFIX at(const axial_geom& g, KXFIX x, KXFIX y) {
+        return finish(g, part_x(g, x), part_y(g, y));
     }
 };
 
@@ -95,8 +107,9 @@ struct axial_lookup {
     _KXRGBA background;
     const _KXRGBA* ramp;
 
-    _KXRGBA operator()(KXFIX x, KXFIX y) const {
-        const KXFIX t = Pos::at(geom, x, y);
+    _KXRGBA operator()(KXFIX x, KXFIX y) const { return at_position(Pos::at(geom, x, y)); }
+
+    _KXRGBA at_position(KXFIX t) const {
         if (t.m_raw < lo || t.m_raw > hi) return background;
         // Beyond an extended end the byte conversion clamps to entry 0 or 255.
         return ramp[t.to_byte()];
@@ -129,19 +142,81 @@ axial_lookup<Pos> make_lookup(const CPDFShadingAxial& s) {
     return {geom_of(s), lo, hi, s.m_bg_rgba, s.m_ramp};
 }
 
+// An axis parallel to a coordinate axis reads one coordinate. When that
+// coordinate doesn't change along a row, each row has one colour; when it
+// doesn't change from row to row, all rows repeat the first. Both are common
+// (any matrix without rotation) and look up far fewer pixels; the pictures
+// are the same as the general loop's, since the running coordinates are.
+template <class Store, class Pos>
+void paint_axis_parallel(const PDF_RENDER_BAND& band, const axial_lookup<Pos>& lookup,
+                         KXFIX col_step, KXFIX row_step) {
+    if (col_step.m_raw == 0)
+        detail::paint_band_uniform_rows<Store>(band, lookup);
+    else if (row_step.m_raw == 0)
+        detail::paint_band_repeated_rows<Store>(band, lookup);
+    else
+        detail::paint_band<Store>(band, lookup);
+}
+
+// The pixel loop of a slanted axis in a band whose x changes only along a
+// row and y only from row to row (no rotation): the x part of the position is
+// made once per column of a run, the y part once per row. The running
+// coordinates, and so the picture, are those of the general loop.
+template <class Store, class Pos>
+void paint_slanted_unrotated(const PDF_RENDER_BAND& band, const axial_lookup<Pos>& lookup) {
+    const uint8_t* const mask = band.m_mask_row;
+    uint8_t* const dst = band.m_dst_row;
+    const ptrdiff_t mask_stride = band.m_mask_stride;
+    const ptrdiff_t dst_stride = band.m_dst_stride;
+    const int32_t width = band.m_width;
+    const int32_t height = band.m_height;
+    const KXFIX col_dx = band.m_col_dx;
+    const KXFIX row_dy = band.m_row_dy;
+    const axial_geom g = lookup.geom;
+    KXFIX x = band.m_start_x;
+    KXFIX parts[detail::kColumnRun];
+    for (int32_t first = 0; first < width; first += detail::kColumnRun) {
+        const int32_t n = width - first < detail::kColumnRun ? width - first : detail::kColumnRun;
+        for (int32_t i = 0; i < n; ++i) {
+            parts[i] = Pos::part_x(g, x);
+            x += col_dx;
+        }
+        KXFIX y = band.m_start_y;
+        for (int32_t j = 0; j < height; ++j) {
+            const uint8_t* const m = mask + j * mask_stride + first;
+            uint8_t* p = dst + j * dst_stride + first * Store::kBytes;
+            const KXFIX part_y = Pos::part_y(g, y);
+            for (int32_t i = 0; i < n; ++i, p += Store::kBytes) {
+                const uint32_t coverage = m[i];
+                if (coverage != 0)
+                    Store::put(p, lookup.at_position(Pos::finish(g, parts[i], part_y)), coverage);
+            }
+            y += row_dy;
+        }
+    }
+}
+
+template <class Store, class Pos>
+void paint_slanted(const PDF_RENDER_BAND& band, const axial_lookup<Pos>& lookup) {
+    if (band.m_col_dy.m_raw == 0 && band.m_row_dx.m_raw == 0)
+        paint_slanted_unrotated<Store>(band, lookup);
+    else
+        detail::paint_band<Store>(band, lookup);
+}
+
 template <class Store>
 void paint_axial(const PDF_RENDER_BAND& band) {
     const auto& s = static_cast<const CPDFShadingAxial&>(*band.m_shading);
     // Same order of tests as get_pos; m_shift is never set on an axis parallel
     // to a coordinate axis.
     if (s.m_shift != 0)
-        detail::paint_band<Store>(band, make_lookup<pos_shifted>(s));
+        paint_slanted<Store>(band, make_lookup<pos_shifted>(s));
     else if (s.m_coords.top == s.m_coords.bottom)
-        detail::paint_band<Store>(band, make_lookup<pos_along_x>(s));
+        paint_axis_parallel<Store>(band, make_lookup<pos_along_x>(s), band.m_col_dx, band.m_row_dx);
     else if (s.m_coords.left == s.m_coords.right)
-        detail::paint_band<Store>(band, make_lookup<pos_along_y>(s));
+        paint_axis_parallel<Store>(band, make_lookup<pos_along_y>(s), band.m_col_dy, band.m_row_dy);
     else
-        detail::paint_band<Store>(band, make_lookup<pos_slanted>(s));
+        paint_slanted<Store>(band, make_lookup<pos_slanted>(s));
 }
 
 }  // namespace
@@ -189,23 +264,8 @@ void CPDFShadingAxial::load() {
         m_extend_end = detail::obj_to_bool(m_xref, detail::array_at(a, 1));
     }
 
-    // Without a colour space there is no colour to make: the ramp stays
-    // transparent black.
-    if (m_cs) {
-        KXFIX in[CPDFFunction::kMaxInputs] = {};
-        // Not cleared between steps: a function that delivers fewer outputs
-        // than the space has components leaves the rest as the last step (or
-        // the start, zero) had them.
-        KXFIX out[detail::kFuncOutputSlots] = {};
-        PDF_COLOR color = {};
-        for (int32_t i = 0; i < detail::kRampSize; ++i) {
-            in[0] = detail::ramp_input(m_t0, m_t1, i);
-            detail::eval_functions(m_funcs, m_func_count, in, out);
-            detail::outputs_to_color(*m_cs, out, color);
-            m_cs->get_rgb(color, m_ramp[i]);
-            m_ramp[i].a = 255;
-        }
-    }
+    // Without a colour space the ramp stays transparent black.
+    detail::build_ramp(m_cs, m_funcs, m_func_count, m_t0, m_t1, m_ramp, nullptr);
 
     // x is tested before y here and after it in get_pos; the orders differ
     // only for a zero-length axis, where m_scale is 0 either way.

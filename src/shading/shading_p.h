@@ -47,18 +47,17 @@ void free_functions(CPDFFunction**& funcs, int32_t& count);
 // nothing, leaving out as it was.
 void eval_functions(CPDFFunction* const* funcs, int32_t count, const KXFIX* in, KXFIX* out);
 
-// Outputs to byte-scale components, as many as the colour space has (at most
-// the sixteen of a PDF_COLOR).
-inline void outputs_to_color(const CPDFCSBase& cs, const KXFIX* out, PDF_COLOR& color) {
-    const int32_t n = cs.m_comp_count < kColorComps ? cs.m_comp_count : kColorComps;
-    for (int32_t j = 0; j < n; ++j) color.m_comps[j] = out[j].to_byte();
-}
-
 // Input of ramp step i: t0 + (t1 - t0) * i / 255, the product in raw units and
 // the quotient a plain integer one truncating toward zero, so that step 0 is
 // exactly t0 and step 255 exactly t1.
 inline KXFIX ramp_input(KXFIX t0, KXFIX t1, int32_t i) {
     return t0 + KXFIX::from_raw((t1 - t0).mul_int(i).m_raw / kRampLastStep);
 }
+
+// Evaluates the functions at the 256 steps of [t0, t1] into ramp (alpha 255)
+// and, when gray is not null, the colour space's gray of the same colours into
+// gray. Nothing is written without a colour space.
+void build_ramp(const CPDFCSBase* cs, CPDFFunction* const* funcs, int32_t count, KXFIX t0, KXFIX t1,
+                _KXRGBA* ramp, uint8_t* gray);
 
 }  // namespace shadepaint::detail
