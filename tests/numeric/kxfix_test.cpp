@@ -12,6 +12,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
+#include <string>
 
 namespace shadepaint {
 namespace {
@@ -210,6 +211,7 @@ TEST(KxfixDivide, PlainRawDivisionsNeverTrap) {
 // model; boundaries are hit often because magnitudes are drawn by bit length.
 TEST(KxfixArithmetic, RandomAgainstReference) {
     const uint64_t seed = std::random_device{}();
+    RecordProperty("seed", std::to_string(seed));
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     std::mt19937_64 rng(seed);
     const int64_t edges[] = {0x10000000, kP36, kP42, kP44, kP44 + kP32, 0x20000};
