@@ -108,6 +108,28 @@ TEST(AxialLoad, DomainAndExtend) {
     }
 }
 
+// A shading without Coords has a zero-length axis; one held as a stream reads
+// the stream's dictionary.
+TEST(AxialLoad, MissingCoordsAndStreamForm) {
+    Doc doc;
+    ShadingPtr a;
+    auto* s = doc.load<CPDFShadingAxial>(a, axial("/Domain [0 2]"));
+    ASSERT_NE(s, nullptr);
+    EXPECT_EQ(s->m_coords.left.m_raw | s->m_coords.top.m_raw | s->m_coords.right.m_raw |
+                  s->m_coords.bottom.m_raw,
+              0);
+    EXPECT_EQ(s->m_scale.m_raw, 0);
+    EXPECT_EQ(s->m_t1.m_raw, 2 * kOne);
+    ShadingPtr b;
+    s = doc.load<CPDFShadingAxial>(
+        b,
+        "<< /ShadingType 2 /ColorSpace /DeviceRGB /Coords [0 0 100 0] /Length 0 >>\nstream\n"
+        "\nendstream");
+    ASSERT_NE(s, nullptr);
+    EXPECT_NE(s->m_cs, nullptr);
+    EXPECT_EQ(s->m_scale.m_raw, 671088);
+}
+
 // End to end through a real function: red at the start of the domain, blue at
 // its end, and a reversed Domain builds the ramp backwards.
 TEST(AxialLoad, RampFromAFunction) {
@@ -522,6 +544,25 @@ TEST(AxialRender, EveryLoopFollowsThePixelRule) {
             }
         }
     }
+}
+
+// Bitmaps of a size but without storage have nothing to paint: the call goes
+// through and reads nothing.
+TEST(AxialRender, BitmapsWithoutStorage) {
+    Doc doc;
+    ShadingPtr holder;
+    auto* s = doc.load<CPDFShadingAxial>(holder, axial("/Coords [0 0 10 0] /Extend [true true]"));
+    ASSERT_NE(s, nullptr);
+    std::vector<uint8_t> bytes(64 * 64 * 4, 0x42);
+    CKXBmp8 no_mask(nullptr, 64, 64, 64);
+    CKXBmp8 mask(bytes.data(), 64, 64, 64);
+    CKXBmp32 no_dst(nullptr, 64, 64, 256);
+    CKXBmp32 dst(bytes.data(), 64, 64, 256);
+    CKXBmpGray no_gray(nullptr, 64, 64, 128);
+    EXPECT_EQ(s->render_to_bmp(_KXMATRIX::identity(), _KXPOINT{0, 0}, no_mask, dst), 1);
+    EXPECT_EQ(s->render_to_bmp(_KXMATRIX::identity(), _KXPOINT{0, 0}, mask, no_dst), 1);
+    EXPECT_EQ(s->render_to_bmpg(_KXMATRIX::identity(), _KXPOINT{0, 0}, mask, no_gray), 1);
+    for (uint8_t b : bytes) ASSERT_EQ(b, 0x42);
 }
 
 // The picture of a whole bitmap painted as one band from the origin, as an

@@ -114,6 +114,42 @@ TEST(ShadingLoad, UnreadableBackgroundIsAbsent) {
     }
 }
 
+// Spaces of 2 and of 5 or more components read no element: the colour is all
+// zeros, and it still counts as a Background if the array is long enough.
+TEST(ShadingLoad, TwoOrFiveComponentsReadNothing) {
+    Doc doc;
+    struct Case {
+        const char* space;
+        const char* background;
+        uint32_t has;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {"[/DeviceN [/None /None] /DeviceRGB null]", "[1 1]", 1},
+        {"[/DeviceN [/None /None] /DeviceRGB null]", "[1]", 0},
+        {"[/DeviceN [/None /None /None /None /None] /DeviceRGB null]", "[1 1 1 1 1 1]", 1},
+        {"[/DeviceN [/None /None /None /None /None] /DeviceRGB null]", "[1 1 1 1]", 0},
+    };
+    // clang-format on
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.space) + " " + c.background);
+        ShadingPtr s = doc.make(std::string("<< /ShadingType 2 /ColorSpace ") + c.space +
+                                " /Background " + c.background + " >>");
+        ASSERT_NE(s, nullptr);
+        s->load();
+        ASSERT_NE(s->m_cs, nullptr);
+        EXPECT_EQ(s->m_has_background, c.has);
+        if (!c.has) continue;
+        PDF_COLOR zeros = {};
+        _KXRGBA rgba;
+        uint8_t gray;
+        s->m_cs->get_rgb(zeros, rgba);
+        s->m_cs->get_gray(zeros, gray);
+        expect_rgba(s->m_bg_rgba, {rgba.r, rgba.g, rgba.b, 255});
+        EXPECT_EQ(s->m_bg_gray, gray);
+    }
+}
+
 TEST(ShadingLoad, MissingColorSpaceLeavesNone) {
     Doc doc;
     ShadingPtr s = doc.make("<< /ShadingType 2 /Coords [0 0 1 0] >>");
