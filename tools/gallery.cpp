@@ -115,8 +115,147 @@ constexpr GallerySample kAxial[] = {
      "", kSquare, 256, 256, false},
 };
 
+// Warm at the start circle, cool at the end circle throughout, so that the
+// pictures compare.
+constexpr GallerySample kRadial[] = {
+    {"radial_concentric", "Concentric: a point at the centre growing to a circle of radius 45",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [50 50 0 50 50 45]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, true},
+
+    {"radial_concentric_ring",
+     "Concentric ring, Extend [true true]: the start colour fills the inner disc, the end colour "
+     "everything outside",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [50 50 15 50 50 40] /Extend [true true]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, true},
+
+    {"radial_concentric_shrinking",
+     "Concentric, start circle larger than the end circle (radius 45 down to 10), with a "
+     "Background outside",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [50 50 45 50 50 10]\n"
+     "   /Background [0.9 0.9 0.85]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, true},
+
+    {"radial_focal_inside",
+     "Focal point inside the end circle (a spot light), Extend [true true]: the end colour "
+     "fills the rest",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [38 60 0 50 50 40] /Extend [true true]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, true},
+
+    {"radial_inner_circle",
+     "Start circle of radius 8 inside the end circle, off centre, Extend [false false]",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [40 55 8 50 50 40]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, false},
+
+    {"radial_focal_touching",
+     "Focal point on the end circle's edge, Extend [false false]",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [15 50 0 50 50 35]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, false},
+
+    {"radial_cone_none", "Circles side by side (a cone), Extend [false false]",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [25 40 8 65 55 22]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, true},
+
+    {"radial_cone_start",
+     "Cone, Extend [true false]: the start colour runs from the small circle to the apex",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [25 40 8 65 55 22] /Extend [true false]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, false},
+
+    {"radial_cone_end",
+     "Cone, Extend [false true]: the end colour runs from the large circle out of the picture",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [25 40 8 65 55 22] /Extend [false true]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, false},
+
+    {"radial_cone_both", "Cone, Extend [true true]",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [25 40 8 65 55 22] /Extend [true true]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, true},
+
+    {"radial_cone_reversed",
+     "Cone drawn from the large circle to the small one, Extend [true true]",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [65 55 22 25 40 8] /Extend [true true]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, false},
+
+    {"radial_equal_radii",
+     "Equal radii: a strip between two circles of radius 15; Extend has no effect",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [30 35 15 70 65 15] /Extend [true true]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, true},
+
+    {"radial_background",
+     "Cone with a Background (dark slate) wherever nothing else is painted",
+     "<< /ShadingType 3 /ColorSpace /DeviceRGB /Coords [25 40 8 65 55 22]\n"
+     "   /Background [0.2 0.25 0.35]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0.85 0.2] /C1 [0.15 0.2 0.7] /N 1 >> >>",
+     "", kSquare, 256, 256, true},
+
+    {"radial_rotated", "Focal point inside, rotated device matrix, DeviceGray",
+     "<< /ShadingType 3 /ColorSpace /DeviceGray /Coords [35 50 5 50 50 35] /Extend [false true]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [1] /C1 [0.1] /N 1 >> >>",
+     "", kRotated, 256, 256, true},
+};
+
+constexpr GallerySample kFunctionBased[] = {
+    {"function_calculator",
+     "A PostScript calculator function of x and y over Domain [-1 1 -1 1]: red grows to the "
+     "right, green upward, and blue fades with the distance from the centre",
+     "<< /ShadingType 1 /ColorSpace /DeviceRGB /Domain [-1 1 -1 1] /Matrix [50 0 0 50 50 50]\n"
+     "   /Function 30 0 R >>",
+     "30 0 obj\n"
+     "<< /FunctionType 4 /Domain [-1 1 -1 1] /Range [0 1 0 1 0 1] /Length 108 >>\n"
+     "stream\n"
+     "{ 2 copy dup mul exch dup mul add sqrt 1 exch sub 3 1 roll exch 1 add 0.5 mul exch 1 add "
+     "0.5 mul 3 -1 roll }\n"
+     "endstream\n"
+     "endobj\n",
+     kSquare, 256, 256, true},
+
+    {"function_sampled",
+     "A sampled function on a 3 x 3 grid, interpolated: red, orange, yellow along the bottom, "
+     "magenta, white, cyan through the middle, blue, azure, green along the top. The samples "
+     "are the bytes ' ', 'O' and '~', which Decode turns into 0, 0.5 and 1",
+     "<< /ShadingType 1 /ColorSpace /DeviceRGB /Matrix [100 0 0 100 0 0] /Function 31 0 R >>",
+     "31 0 obj\n"
+     "<< /FunctionType 0 /Domain [0 1 0 1] /Range [0 1 0 1 0 1] /Size [3 3] /BitsPerSample 8\n"
+     "   /Decode [-0.340426 2.372340 -0.340426 2.372340 -0.340426 2.372340] /Length 27 >>\n"
+     "stream\n"
+     "~  ~O ~~ ~ ~~~~ ~~  ~ O~ ~ \n"
+     "endstream\n"
+     "endobj\n",
+     kSquare, 256, 256, true},
+};
+
+// A pattern paints its shading through the pattern's Matrix followed by the
+// device matrix, as a page would.
+constexpr GallerySample kPatterns[] = {
+    {"pattern_axial_matrix",
+     "A shading pattern whose Matrix turns the shading 30 degrees, halves it and moves it to "
+     "(30, 20): the axis from (0, 0) to (100, 0) runs from there up to the right, and nothing "
+     "is painted beyond its ends",
+     "<< /PatternType 2 /Shading 32 0 R /Matrix [0.4330 0.25 -0.25 0.4330 30 20] >>",
+     "32 0 obj\n"
+     "<< /ShadingType 2 /ColorSpace /DeviceRGB /Coords [0 0 100 0] /Extend [false false]\n"
+     "   /Function << /FunctionType 2 /Domain [0 1] /C0 [0.1 0.25 0.7] /C1 [1 0.8 0.3] /N 1 >>\n"
+     ">>\n"
+     "endobj\n",
+     kSquare, 256, 256, true},
+};
+
 constexpr GallerySection kSections[] = {
     {"Axial shadings", kAxial, sizeof(kAxial) / sizeof(kAxial[0])},
+    {"Radial shadings", kRadial, sizeof(kRadial) / sizeof(kRadial[0])},
+    {"Function-based shadings", kFunctionBased,
+     sizeof(kFunctionBased) / sizeof(kFunctionBased[0])},
+    {"Shading patterns", kPatterns, sizeof(kPatterns) / sizeof(kPatterns[0])},
 };
 // clang-format on
 

@@ -1,6 +1,8 @@
 // ShadingType 3: colour between two circles. load() keeps the circles, Domain,
 // Extend and the functions and builds a colour and a gray ramp of 256 steps;
-// which case the circles form is decided at each render.
+// which case the circles form is decided at each render: nothing to paint
+// (one circle), concentric (per pixel, in bands) or general (a fan of wedges
+// between the circles, drawn in order on the calling thread).
 #pragma once
 
 #include <cstddef>
@@ -12,6 +14,7 @@
 
 namespace shadepaint {
 
+class CKXPathCRender2;
 class CPDFFunction;
 
 class CPDFShadingRadial : public CPDFShading {
@@ -49,6 +52,21 @@ public:
                           CKXBmp32& dst) const override;
     int32_t render_to_bmpg(const _KXMATRIX& matrix, const _KXPOINT& origin, CKXBmp8& mask,
                            CKXBmpGray& dst) const override;
+
+    // Worker bodies of the concentric case; arg is a PDF_RENDER_BAND*.
+    static void CallbackRender(void* arg);
+    static void CallbackRenderG(void* arg);
+
+    // The Extend pieces of one colour wedge, in device space: past the start
+    // circle (render_extern0, flag m_extend_start, m_ramp[0]) or the end circle
+    // (render_extern1, m_extend_end, m_ramp[255]), behind the wedge's points p
+    // and q on that circle. Past the smaller circle the piece is a triangle to
+    // the apex; past the larger it runs out to a side of dst. A null apex
+    // (equal radii) paints nothing. path is reopened for each piece.
+    void render_extern0(CKXBmp32* dst, CKXPathCRender2& path, const _KXPOINT& origin,
+                        const _KXPOINTF& p, const _KXPOINTF& q, const _KXPOINTF* apex) const;
+    void render_extern1(CKXBmp32* dst, CKXPathCRender2& path, const _KXPOINT& origin,
+                        const _KXPOINTF& p, const _KXPOINTF& q, const _KXPOINTF* apex) const;
 
 private:
     explicit CPDFShadingRadial(CPDFXRefTable* xref);
