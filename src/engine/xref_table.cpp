@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 
+#include "engine/filter_chain.h"
 #include "engine/kxalloc.h"
 #include "engine/memory_stream.h"
 #include "engine/pdf_parser_p.h"
@@ -63,10 +64,10 @@ int32_t CPDFXRefTable::get_entity(CPDFObj& out, const PDF_REF& ref) {
 
 CPDFStream* CPDFXRefTable::make_stream(const CPDFStreamRec* rec) {
     if (!rec || rec->m_data0 == 0) return nullptr;
-    // TODO: a /Filter entry should give a decoding stream over this raw one;
-    // until the filters land, filtered bodies are handed out undecoded.
-    return new (std::nothrow) CPDFMemoryStream(reinterpret_cast<const unsigned char*>(rec->m_data0),
-                                               static_cast<uint32_t>(rec->m_data2));
+    CPDFStream* raw = new (std::nothrow) CPDFMemoryStream(
+        reinterpret_cast<const unsigned char*>(rec->m_data0), static_cast<uint32_t>(rec->m_data2));
+    // A body with /Filter is read through its decoding stages.
+    return CPDFFilterChain::open(this, rec, raw);
 }
 
 }  // namespace shadepaint

@@ -62,10 +62,11 @@ public:
     // Returns 1 when found, else 0.
     int32_t get_entity(CPDFObj& out, const PDF_REF& ref);
 
-    // A reader of the record's raw body, or null for a null record or one
-    // without a body. The record must come from this table (or from
-    // parse_object with its text still alive), and the stream must not outlive
-    // the table. The caller deletes it.
+    // A reader of the record's body, decoded through its /Filter entry (see
+    // CPDFFilterChain::open), or null for a null record, one without a body or
+    // a failed allocation. m_length is the undecoded length. The record must
+    // come from this table (or from parse_object with its text still alive),
+    // and the stream must not outlive the table. The caller deletes it.
     CPDFStream* make_stream(const CPDFStreamRec* rec);
 
     // A rectangle and a matrix from a PDF array (directly or behind a
