@@ -14,8 +14,11 @@
 // beyond the domain show the background word, which is all zero (transparent
 // black) when there is no Background: they are written, not skipped.
 //
-// Rendering picks the position rule once a band and runs one instance of the
-// shared pixel loop with it.
+// Rendering picks the position rule once a band, and with it the loop: the
+// shared pixel loop in general, and cheaper loops where the band's steps let
+// a look-up serve a whole row or column (see paint_axis_parallel and
+// paint_slanted). Every loop walks the same running coordinates, so all give
+// the same picture.
 #include "shading/shading_axial.h"
 
 #include <cstdint>

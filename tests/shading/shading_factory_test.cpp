@@ -94,7 +94,8 @@ TEST(ShadingFactory, BuildsTheClassOfEachType) {
         SCOPED_TRACE(c.text);
         ShadingPtr s = doc.make(c.text);
         ASSERT_NE(s, nullptr);
-        EXPECT_EQ(typeid(*s), c.cls);
+        const CPDFShading& made = *s;
+        EXPECT_EQ(typeid(made), c.cls);
         EXPECT_EQ(s->m_type, c.type);
         EXPECT_EQ(s->m_xref, &doc.xref);
         EXPECT_EQ(s->m_loaded, 0u);
