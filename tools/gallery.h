@@ -12,7 +12,7 @@ namespace shadepaint::cli {
 struct GallerySample {
     const char* name;     // file stem of its pictures, unique across the gallery
     const char* title;    // one line for people
-    const char* shading;  // the shading dictionary (or stream) as PDF text
+    const char* shading;  // the shading dictionary (or stream, or shading pattern) as PDF text
     const char* objects;  // "N 0 obj ... endobj" texts it refers to, or ""
     const char* matrix;   // shading space to device, "[a b c d e f]"
     int32_t width;

@@ -6,6 +6,8 @@
 
 #include "engine/png_writer.h"
 #include "object/obj_access_p.h"
+#include "pattern/pat_shading.h"
+#include "pattern/pattern.h"
 #include "shading/bitmap.h"
 #include "shading/shading.h"
 
@@ -15,6 +17,9 @@ namespace {
 
 struct ShadingDeleter {
     void operator()(CPDFShading* s) const { delete s; }
+};
+struct PatternDeleter {
+    void operator()(CPDFPattern* p) const { delete p; }
 };
 
 void fill_mask(CKXBmp8& mask) {
@@ -65,6 +70,26 @@ PaintResult render_and_write(const CPDFShading& shading, const PaintRequest& rq,
     return result;
 }
 
+// A shading pattern paints its shading as a page would: through the
+// pattern's matrix followed by the device matrix.
+PaintResult paint_pattern(CPDFXRefTable& xref, const PaintRequest& rq) {
+    PaintResult result;
+    std::unique_ptr<CPDFPattern, PatternDeleter> pattern(
+        CPDFPattern::parser_pattern(&xref, rq.shading));
+    auto* sp = pattern && pattern->m_type == 2 ? static_cast<CPDFPatShading*>(pattern.get())
+                                               : nullptr;
+    if (sp) sp->load();
+    if (!sp || !sp->m_shading) {
+        result.error = "not a shading (a dictionary or stream with ShadingType 1 to 7)";
+        return result;
+    }
+    PaintRequest through = rq;
+    through.matrix = sp->m_matrix;
+    through.matrix.do_multiply(rq.matrix);
+    return rq.gray ? render_and_write<CKXBmpGray>(*sp->m_shading, through, 2)
+                   : render_and_write<CKXBmp32>(*sp->m_shading, through, 4);
+}
+
 }  // namespace
 
 PaintResult paint_to_png(CPDFXRefTable& xref, const PaintRequest& rq) {
@@ -76,10 +101,7 @@ PaintResult paint_to_png(CPDFXRefTable& xref, const PaintRequest& rq) {
     }
     std::unique_ptr<CPDFShading, ShadingDeleter> shading(
         CPDFShading::parser_shading(&xref, rq.shading));
-    if (!shading) {
-        result.error = "not a shading (a dictionary or stream with ShadingType 1 to 7)";
-        return result;
-    }
+    if (!shading) return paint_pattern(xref, rq);
     shading->load();
     return rq.gray ? render_and_write<CKXBmpGray>(*shading, rq, 2)
                    : render_and_write<CKXBmp32>(*shading, rq, 4);

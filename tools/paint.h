@@ -32,6 +32,7 @@ struct PaintResult {
 };
 
 // Builds the shading through the factory, loads it, renders it and writes it.
+// A shading pattern paints its shading through its Matrix, then the device matrix.
 PaintResult paint_to_png(CPDFXRefTable& xref, const PaintRequest& request);
 
 // Parses one PDF number ("2.56", "-1", "0") to fixed point; false for anything
