@@ -58,8 +58,8 @@ public:
     uint32_t m_rows_cap;  // records allocated in m_scans
     int32_t m_org_x;      // origin in 1/128 pixel, taken off every line_to argument
     int32_t m_org_y;
-    // Rows that received crossings since the last reset, so that reset and
-    // painting visit only those (empty when m_dirty_first > m_dirty_last).
+    // Rows that line_to handed pieces to since the last reset, so that reset
+    // and painting visit only those (none when m_dirty_first > m_dirty_last).
     int32_t m_dirty_first;
     int32_t m_dirty_last;
 

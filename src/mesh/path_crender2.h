@@ -43,6 +43,7 @@ public:
     uint32_t m_rows_cap;
     int32_t m_org_x;
     int32_t m_org_y;
+    // Rows that line_to handed pieces to since the last reset.
     int32_t m_dirty_first;
     int32_t m_dirty_last;
 
