@@ -12,6 +12,8 @@
 #include <type_traits>
 
 #include "engine/xref_table.h"
+#include "numeric/kxfix.h"
+#include "numeric/kxmatrix.h"
 #include "object/pdf_obj.h"
 #include "shading/bitmap.h"
 #include "shading/shading.h"
@@ -23,7 +25,7 @@ constexpr char kCalculatorProgram[] =
     "{ 2 copy dup mul exch dup mul add sqrt 1 exch sub 3 1 roll exch 1 add 0.5 mul exch 1 add "
     "0.5 mul 3 -1 roll }";
 
-// Domain [-1 1 -1 1] spread over 1024 x 1024 pixels by Matrix.
+// Domain [-1 1 -1 1] spread over shading space 0..1024 by Matrix.
 constexpr char kCalculator[] =
     "<< /ShadingType 1 /ColorSpace /DeviceRGB /Domain [-1 1 -1 1]"
     " /Matrix [512 0 0 512 512 512] /Function 1 0 R >>";
@@ -67,7 +69,9 @@ void func_bench(benchmark::State& state, const char* text) {
     for (int32_t j = 0; j < h; ++j)
         std::memset(mask.m_data + static_cast<int64_t>(j) * mask.m_stride, 255,
                     static_cast<size_t>(w));
-    const _KXMATRIX matrix = _KXMATRIX::identity();
+    // Shading space 0..1024 spans the picture, so every pixel evaluates.
+    const _KXMATRIX matrix = {KXFIX::from_raw(kKxOne * w / 1024), KXFIX{0}, KXFIX{0},
+                              KXFIX::from_raw(kKxOne * h / 1024), KXFIX{0}, KXFIX{0}};
     const _KXPOINT origin = {0, 0};
     for (auto _ : state) {
         int32_t status;

@@ -147,18 +147,6 @@ TEST(FuncShadingLoad, DomainMatrixFunction) {
     }
 }
 
-TEST(FuncShadingLoad, SecondLoadReadsNothing) {
-    FuncDoc doc;
-    ShadingPtr holder;
-    CPDFShadingFunc* s = doc.load(holder, shading("/Function 10 0 R"));
-    ASSERT_NE(s, nullptr);
-    CPDFFunction** funcs = s->m_funcs;
-    s->m_domain[1] = KXFIX::from_int(7);
-    s->load();
-    EXPECT_EQ(s->m_funcs, funcs);
-    EXPECT_EQ(s->m_domain[1].m_raw, 7 * kOne);
-}
-
 // A short or missing Domain leaves no point inside, whatever the point.
 TEST(FuncShadingLoad, UnusableDomainHasNoInside) {
     FuncDoc doc;
@@ -505,51 +493,6 @@ TEST(FuncShadingRender, BandsMatchRowByRow) {
         }
         EXPECT_TRUE(whole.dst_bytes == strips.dst_bytes);
         EXPECT_TRUE(whole_gray.dst_bytes == strips_gray.dst_bytes);
-    }
-}
-
-// A worker's band record names its rows within the whole bitmap: the worker
-// body run by hand on rows 3 to 5 paints what the entry point paints there.
-TEST(FuncShadingRender, WorkerBandByHand) {
-    FuncDoc doc;
-    ShadingPtr holder;
-    CPDFShadingFunc* s =
-        doc.load(holder, shading("/Domain [0 100 0 100] /Matrix [1 0 0 1 3 -2] /Function 11 0 R"));
-    ASSERT_NE(s, nullptr);
-    const _KXMATRIX device = matrix(3, 1, -1, 4, 7, 5);
-    const _KXPOINT origin = {-20, 11};
-    Pictures whole(40, 9, 0);
-    pattern_mask(whole);
-    ASSERT_EQ(s->render_to_bmp(device, origin, whole.mask, whole.dst), 1);
-
-    Pictures band(40, 9, 0);
-    pattern_mask(band);
-    PDF_FUNC_BAND rec;
-    rec.m_shading = s;
-    rec.m_mask_row = band.mask_bytes.data() + 3 * band.mask_stride;
-    rec.m_mask_stride = band.mask_stride;
-    rec.m_dst_row = band.dst_bytes.data() + 3 * band.dst_stride;
-    rec.m_dst_stride = band.dst_stride;
-    rec.m_inverse = device;
-    rec.m_inverse.do_invert();
-    _KXMATRIX to_domain = s->m_matrix;
-    to_domain.do_invert();
-    rec.m_inverse.do_multiply(to_domain);
-    rec.m_width = 40;
-    rec.m_row_start = 3;
-    rec.m_row_end = 6;
-    rec.m_origin = origin;
-    CPDFShadingFunc::CallbackRender(&rec);
-    for (int32_t y = 0; y < 9; ++y) {
-        SCOPED_TRACE(y);
-        const bool in_band = y >= 3 && y < 6;
-        const uint8_t* got = band.px(0, y);
-        if (in_band) {
-            EXPECT_EQ(std::memcmp(got, whole.px(0, y), 40 * 4), 0);
-        } else {
-            EXPECT_EQ(got[0], 0xab);
-            EXPECT_EQ(got[39 * 4 + 3], 0xab);
-        }
     }
 }
 
