@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -184,6 +185,26 @@ TEST(RadialConcentric, ScaleDistanceAndPosition) {
         const KXFIX t = detail::concentric_pos(d, fix(c.r0), k);
         EXPECT_EQ(t.m_raw, c.t);
         EXPECT_EQ(t.to_byte(), c.index);
+    }
+}
+
+// The fused square sum off the axes is fmaf's single rounding, whether it
+// takes the exact double path or the call: pixels a long way out along one
+// axis and just off it push the two magnitudes apart.
+TEST(RadialConcentric, FusedSquareAddIsFma) {
+    const uint64_t seed = std::random_device{}();
+    RecordProperty("seed", std::to_string(seed));
+    SCOPED_TRACE(::testing::Message() << "seed " << seed);
+    std::mt19937_64 rng(seed);
+    for (int i = 0; i < 200000; ++i) {
+        // Raw values of any magnitude from 2^-26 up to 2^40, either sign.
+        const auto coordinate = [&rng] {
+            const int64_t raw = static_cast<int64_t>(rng() >> (rng() % 64 | 1));
+            return KXFIX::from_raw(rng() & 1 ? raw : -raw).to_float();
+        };
+        const float x = coordinate(), y = coordinate();
+        ASSERT_EQ(float_bits(detail::fused_square_add(x, y * y)), float_bits(std::fma(x, x, y * y)))
+            << x << ", " << y;
     }
 }
 
