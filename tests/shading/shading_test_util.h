@@ -64,23 +64,6 @@ struct Canvas {
     }
 };
 
-// out[k] = in[0] times the k-th weight (raw units / kKxOne), for n outputs.
-class TestLinear : public CPDFFunction {
-public:
-    explicit TestLinear(std::vector<int64_t> weights) : m_weights(std::move(weights)) {
-        m_inputs = 1;
-        m_outputs = static_cast<int32_t>(m_weights.size());
-    }
-    int32_t evaluate(const KXFIX* in, KXFIX* out) const override {
-        for (size_t k = 0; k < m_weights.size(); ++k)
-            out[k] = in[0] * KXFIX::from_raw(m_weights[k]);
-        return 1;
-    }
-
-private:
-    std::vector<int64_t> m_weights;
-};
-
 // Writes out[k] = constant k for its n outputs; counts its calls (tests are
 // single-threaded where they read the count).
 class TestConst : public CPDFFunction {
