@@ -141,7 +141,7 @@ CPDFStream* CPDFFilterChain::open(CPDFXRefTable* xref, const CPDFStreamRec* rec,
     if (!filter || filter->m_tag == kObjNone) return raw;
     const CPDFArray* list = filter->m_tag == kObjArray ? filter->m_array : nullptr;
     const int32_t count = list ? list->m_count : 1;
-    if (count == 0) return raw;
+    if (count <= 0) return raw;
 
     ScopedObj parms_holder;
     const CPDFObj* parms = resolve(xref, rec->find("DecodeParms"), parms_holder.obj);
