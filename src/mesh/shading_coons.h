@@ -7,6 +7,7 @@
 
 #include "numeric/kxfix.h"
 #include "numeric/kxgeom.h"
+#include "numeric/kxmatrix.h"
 #include "shading/color_space.h"
 #include "shading/shading.h"
 
@@ -24,6 +25,26 @@ public:
         _KXPOINTF m_pts[12];
         PDF_COLOR m_clr[4];  // corner colours as read
         _KXRGBA m_rgba[4];   // the same through the colour space
+
+        // Cells wanted along u: the larger device box (width plus height) of
+        // the two u curves' control points, in steps of 16 units, rounded up.
+        int get_ut(const _KXMATRIX& matrix) const;
+        // The same along v, over the v curves, in steps of 8 units.
+        int get_vt(const _KXMATRIX& matrix) const;
+        // Points of the curve array for ut by vt cells (both at least 1).
+        static int32_t curve_points(int ut, int vt) { return 2 * (ut + 1) + 2 * (vt + 1); }
+        // The four boundary curves sampled in device space for ut by vt cells
+        // (both at least 1): ut + 1 points of the u curve at v = 1, ut + 1 of
+        // the u curve at v = 0, vt + 1 of the v curve at u = 0, vt + 1 of the
+        // v curve at u = 1. From KXAlloc, freed by the caller; null when the
+        // allocation fails.
+        _KXPOINTF* get_points_all(int ut, int vt, const _KXMATRIX& matrix) const;
+        // The same into curve_points(ut, vt) points of caller storage.
+        void fill_points_all(int ut, int vt, const _KXMATRIX& matrix, _KXPOINTF* curves) const;
+        // Grid point (i, j) of ut by vt cells, from the curve array: device
+        // position and colour (alpha 255).
+        void get_at(int i, int ut, int j, int vt, const _KXPOINTF* curves, _KXPOINTF& point,
+                    _KXRGBA& rgba) const;
     };
 
     CPDFFunction** m_funcs = nullptr;  // owned, KXAlloc; null without Function
@@ -41,6 +62,10 @@ public:
     KXFIX m_decode_max[8] = {};  // Decode 5, 7, 9 ...
     int32_t m_group_count = 0;   // patches stored
     int32_t m_group_cap = 0;     // records allocated
+
+    // At most this many cells along u and along v: a huge patch costs at most
+    // 65536 cells.
+    static constexpr int kMaxSteps = 256;
 
     explicit CPDFShadingCoons(CPDFXRefTable* xref);
     ~CPDFShadingCoons() override;

@@ -22,6 +22,11 @@ public:
         _KXPOINTF m_pts[16];  // the control net, 4 by 4 row-major; shading space
         PDF_COLOR m_clr[4];   // corner colours as read
         _KXRGBA m_rgba[4];    // the same through the colour space
+
+        // Colour of grid point (i, j) of the 16 by 16 grid (both 0 to 16):
+        // interpolated along u into a byte on each side, then along v, each
+        // step truncating; alpha 255.
+        _KXRGBA get_rgba(int i, int j) const;
     };
 
     // The cubic Bernstein weights at t = i / 16: row r (0 to 3), column i (0 to
@@ -49,6 +54,18 @@ public:
     // Fills ms_bval once for the process; the factory calls it for each
     // tensor shading it makes, before load.
     static void init();
+
+    // The surface point at u = iu / 16, v = iv / 16 (both 0 to 16, not
+    // checked), in shading space: the sixteen control points weighted by the
+    // Bernstein products, each term truncated on its own. Reads nothing but
+    // group->m_pts and ms_bval.
+    void get_xy(const _group* group, int iu, int iv, KXFIX& x, KXFIX& y) const;
+
+    // A patch whose corners' device box measures at least this much (width
+    // plus height, raw) is painted as the 16 by 16 grid, a smaller one as the
+    // single quadrilateral of its corners.
+    static constexpr int64_t kGridMinSize = 6 * kKxOne;
+    static constexpr int32_t kGridCells = 16;
 
     explicit CPDFShadingTensor(CPDFXRefTable* xref);
     ~CPDFShadingTensor() override;
