@@ -12,7 +12,10 @@
 //
 // The pixel loop is one template over a store policy (colour or gray) and the
 // shading's per-pixel lookup; the caller's band runs the workers' function,
-// so both sides execute the same code.
+// so both sides execute the same code. Two variants serve lookups that a
+// shading knows to repeat along a row or from row to row: they look up once
+// per row or per column and copy fully covered groups of pixels whole, and
+// give the same bytes as the general loop.
 #pragma once
 
 #include <cstddef>
@@ -64,9 +67,10 @@ inline uint8_t gray_of_rgba(_KXRGBA c) {
 struct store_bgra {
     static constexpr ptrdiff_t kBytes = 4;
     static void put(uint8_t* p, _KXRGBA c, uint32_t coverage) {
-        // Scaled in a copy and stored as one word, not four bytes.
-        c.a = covered_alpha(coverage, c.a);
+        // The word as it is, then its alpha: two stores, where four bytes, or
+        // a word assembled with its new alpha, cost more.
         std::memcpy(p, &c, sizeof(c));
+        p[3] = covered_alpha(coverage, c.a);
     }
 };
 
