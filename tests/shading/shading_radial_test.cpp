@@ -116,6 +116,16 @@ TEST(RadialLoad, ColourAndGrayRamps) {
         EXPECT_EQ(s->m_ramp_gray[0], c.first_gray);
         EXPECT_EQ(s->m_ramp_gray[255], c.last_gray);
     }
+    // Without a colour space no colour can be made: both ramps stay zero. A
+    // shading held as a stream reads the stream's dictionary.
+    ShadingPtr holder;
+    auto* s = doc.load<CPDFShadingRadial>(
+        holder,
+        "<< /ShadingType 3 /Coords [0 0 0 0 0 9] /Function 1 0 R /Length 0 >>\n"
+        "stream\nendstream");
+    ASSERT_NE(s, nullptr);
+    EXPECT_EQ(s->m_r1.m_raw, fix(9).m_raw);
+    EXPECT_EQ(s->m_ramp[255].a | s->m_ramp_gray[255], 0);
 }
 
 // Every allocation of the factory and load fails in turn; whatever is left
@@ -598,6 +608,19 @@ TEST(RadialFan, BackgroundPasses) {
         }
         EXPECT_EQ(dst.bytes.back(), 0);
     }
+    // A byte count that is no multiple of the step leaves its last bytes: one
+    // word of six bytes, one pair of three.
+    ShadingPtr holder;
+    auto* s = doc.load<CPDFShadingRadial>(
+        holder, radial("/Coords [1000 1000 1 1010 1000 2] /Background [0 0 1]"));
+    ASSERT_NE(s, nullptr);
+    Canvas<CKXBmp8> mask(1, 1, 1, 255);
+    Canvas<CKXBmp32> dst(1, 1, 6, 0);
+    Canvas<CKXBmpGray> gray(1, 1, 3, 0);
+    ASSERT_EQ(s->render_to_bmp(_KXMATRIX::identity(), _KXPOINT{0, 0}, mask.bmp, dst.bmp), 1);
+    ASSERT_EQ(s->render_to_bmpg(_KXMATRIX::identity(), _KXPOINT{0, 0}, mask.bmp, gray.bmp), 1);
+    EXPECT_EQ(dst.bytes, (std::vector<uint8_t>{255, 0, 0, 254, 0, 0, 0}));
+    EXPECT_EQ(gray.bytes, (std::vector<uint8_t>{s->m_bg_gray, 254, 0, 0}));
 }
 
 // One circle paints nothing at all, even with a Background and both ends
