@@ -24,6 +24,7 @@
 #include "engine/pdf_stream.h"
 #include "engine/png_writer.h"
 #include "engine/xref_table.h"
+#include "mesh/mesh_reader.h"
 #include "mesh/path_crender.h"
 #include "mesh/path_crender2.h"
 #include "mesh/shading_coons.h"
