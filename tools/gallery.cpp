@@ -3,6 +3,16 @@
 // the PDF text reads like a page description.
 #include "gallery.h"
 
+#include <zlib.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <deque>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
 namespace shadepaint::cli {
 
 namespace {
@@ -250,12 +260,246 @@ constexpr GallerySample kPatterns[] = {
      kSquare, 256, 256, true},
 };
 
+// clang-format on
+
+// Mesh samples carry binary stream data. It is written here by small
+// generators and stored as ASCIIHex text (wrapped at 64 digits), so that every
+// sample stays PDF text; one is deflated with zlib first and names both
+// filters. The texts live for the whole run, behind stable pointers.
+class MeshBits {
+public:
+    MeshBits& put(uint32_t value, int width) {
+        for (int k = width - 1; k >= 0; --k) {
+            if (m_bits % 8 == 0) m_bytes.push_back(0);
+            if ((value >> k) & 1)
+                m_bytes.back() |= static_cast<unsigned char>(0x80 >> (m_bits % 8));
+            ++m_bits;
+        }
+        return *this;
+    }
+    MeshBits& pad() {
+        m_bits = (m_bits + 7) / 8 * 8;
+        return *this;
+    }
+    const std::vector<unsigned char>& bytes() const { return m_bytes; }
+
+private:
+    std::vector<unsigned char> m_bytes;
+    size_t m_bits = 0;
+};
+
+struct MeshPoint {
+    double x, y;  // shading space, 0 to 100
+};
+
+// Coordinates of 16 bits over Decode [0 100 0 100].
+uint32_t coord16(double v) { return static_cast<uint32_t>(std::lround(v / 100.0 * 65535.0)); }
+
+// A free-form vertex: 8-bit flag, 16-bit x and y, then the colour fields.
+void free_form_vertex(MeshBits& w, uint32_t flag, MeshPoint p, std::initializer_list<uint32_t> c,
+                      int comp_bits) {
+    w.put(flag, 8).put(coord16(p.x), 16).put(coord16(p.y), 16);
+    for (uint32_t v : c) w.put(v, comp_bits);
+    w.pad();
+}
+
+std::string hex_lines(const std::vector<unsigned char>& bytes) {
+    static const char kDigits[] = "0123456789ABCDEF";
+    std::string out;
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        if (i != 0 && i % 32 == 0) out += '\n';
+        out += kDigits[bytes[i] >> 4];
+        out += kDigits[bytes[i] & 15];
+    }
+    return out + ">";
+}
+
+std::vector<unsigned char> deflated(const std::vector<unsigned char>& raw) {
+    uLongf size = compressBound(static_cast<uLong>(raw.size()));
+    std::vector<unsigned char> out(size);
+    if (compress2(out.data(), &size, raw.data(), static_cast<uLong>(raw.size()), 9) != Z_OK)
+        return {};
+    out.resize(size);
+    return out;
+}
+
+// The stream text of a mesh: entries, the filters, and the data as hex.
+const char* mesh_stream(const std::string& entries, const std::vector<unsigned char>& raw,
+                        bool flate = false) {
+    static std::deque<std::string> texts;
+    const std::string body = hex_lines(flate ? deflated(raw) : raw);
+    texts.push_back("<< " + entries + "\n   /Filter " +
+                    (flate ? "[/ASCIIHexDecode /FlateDecode]" : "/ASCIIHexDecode") + " /Length " +
+                    std::to_string(body.size()) + " >>\nstream\n" + body + "\nendstream");
+    return texts.back().c_str();
+}
+
+const std::string kFreeForm16 =
+    "/ShadingType 4 /ColorSpace /DeviceRGB /BitsPerFlag 8 /BitsPerCoordinate 16";
+
+MeshPoint on_circle(double cx, double cy, double r, double turns) {
+    const double a = turns * 6.283185307179586;
+    return {cx + r * std::cos(a), cy + r * std::sin(a)};
+}
+
+// A vertical strip of five triangles (flag 0, then flag 1 four times), a flag 3
+// that fills a slot with nothing, and a fan of six (flag 0, then flag 2).
+std::vector<unsigned char> flags_mesh() {
+    MeshBits w;
+    const MeshPoint strip[] = {{8, 8}, {36, 8}, {8, 36}, {36, 36}, {8, 64}, {36, 64}, {8, 92}};
+    const uint32_t strip_rgb[][3] = {{230, 40, 40}, {240, 200, 30}, {60, 180, 60},  {30, 190, 200},
+                                     {40, 70, 220}, {170, 60, 200}, {240, 240, 240}};
+    for (int k = 0; k < 7; ++k) {
+        free_form_vertex(w, k < 3 ? 0 : 1, strip[k],
+                         {strip_rgb[k][0], strip_rgb[k][1], strip_rgb[k][2]}, 8);
+    }
+    w.put(3, 8);
+    const uint32_t rim_rgb[][3] = {{230, 40, 40},  {240, 200, 30}, {60, 180, 60},
+                                   {30, 190, 200}, {40, 70, 220},  {170, 60, 200}};
+    free_form_vertex(w, 0, {70, 50}, {255, 255, 255}, 8);
+    for (int k = 0; k <= 6; ++k) {
+        const uint32_t* c = rim_rgb[k % 6];
+        free_form_vertex(w, k < 2 ? 0 : 2, on_circle(70, 50, 26, k / 6.0), {c[0], c[1], c[2]}, 8);
+    }
+    return w.bytes();
+}
+
+// A fan of twelve whose rim alternates t = 0 and t = 1 around a centre at
+// t = 0.5, one 8-bit parametric field a vertex.
+std::vector<unsigned char> function_mesh() {
+    MeshBits w;
+    free_form_vertex(w, 0, {50, 50}, {128}, 8);
+    for (int k = 0; k <= 12; ++k) {
+        const double r = k % 2 == 0 ? 45 : 22;
+        free_form_vertex(w, k < 2 ? 0 : 2, on_circle(50, 50, r, k / 12.0 + 0.25),
+                         {k % 2 == 0 ? 255u : 0u}, 8);
+    }
+    return w.bytes();
+}
+
+// A hexagon fan whose centre is white and whose rim runs through the six
+// primaries and secondaries, every channel at the largest raw value it has.
+std::vector<unsigned char> depth_mesh(int bits) {
+    MeshBits w;
+    const uint32_t top = bits == 32 ? 0xFFFFFFFFu : (1u << bits) - 1;
+    const uint32_t rim[][3] = {{1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0, 1, 1}, {0, 0, 1}, {1, 0, 1}};
+    free_form_vertex(w, 0, {50, 50}, {top, top, top}, bits);
+    for (int k = 0; k <= 6; ++k) {
+        const uint32_t* c = rim[k % 6];
+        free_form_vertex(w, k < 2 ? 0 : 2, on_circle(50, 50, 45, k / 6.0),
+                         {c[0] * top, c[1] * top, c[2] * top}, bits);
+    }
+    return w.bytes();
+}
+
+// A ring of 48 segments as one strip (flag 0, then flag 1), full hues
+// outside, darker ones inside.
+std::vector<unsigned char> ring_mesh() {
+    MeshBits w;
+    const int segments = 48;
+    for (int k = 0; k <= 2 * segments + 1; ++k) {
+        const int seg = k / 2;
+        const bool outer = k % 2 == 1;
+        const double h = 6.0 * (seg % segments) / segments;
+        const double rgb[3] = {std::clamp(std::fabs(h - 3) - 1, 0.0, 1.0),
+                               std::clamp(2 - std::fabs(h - 2), 0.0, 1.0),
+                               std::clamp(2 - std::fabs(h - 4), 0.0, 1.0)};
+        const double level = outer ? 255 : 110;
+        free_form_vertex(
+            w, k < 3 ? 0 : 1,
+            on_circle(50, 50, outer ? 46 : 20, static_cast<double>(seg) / segments),
+            {static_cast<uint32_t>(rgb[0] * level), static_cast<uint32_t>(rgb[1] * level),
+             static_cast<uint32_t>(rgb[2] * level)},
+            8);
+    }
+    return w.bytes();
+}
+
+// 15 x 15 vertices, bit upon bit without padding: a grid bent by two sine
+// waves, coloured by its row and column.
+std::vector<unsigned char> warped_lattice() {
+    MeshBits w;
+    const int n = 15;
+    for (int i = 0; i < n; ++i) {
+        for (int j = 0; j < n; ++j) {
+            const double u = static_cast<double>(j) / (n - 1), v = static_cast<double>(i) / (n - 1);
+            const double x = 8 + 84 * u + 5 * std::sin(6.283185307179586 * v);
+            const double y = 8 + 84 * v + 5 * std::sin(6.283185307179586 * u);
+            w.put(coord16(x), 16).put(coord16(y), 16);
+            w.put(static_cast<uint32_t>(255 * u), 8).put(static_cast<uint32_t>(255 * v), 8);
+            w.put(static_cast<uint32_t>(255 * (1 - u) * (1 - v)), 8);
+        }
+    }
+    return w.bytes();
+}
+
+std::string depth_entries(int bits) {
+    return kFreeForm16 + " /BitsPerComponent " + std::to_string(bits) +
+           " /Decode [0 100 0 100 0 1 0 1 0 1]";
+}
+
+// clang-format off
+const GallerySample kMeshes[] = {
+    {"mesh_flags",
+     "Free-form flags: a strip (flag 0, then flag 1 four times), a flag 3 that fills a slot with "
+     "nothing, and a fan (flag 0, then flag 2) around a white centre",
+     mesh_stream(kFreeForm16 + " /BitsPerComponent 8 /Decode [0 100 0 100 0 1 0 1 0 1]",
+                 flags_mesh()),
+     "", kSquare, 256, 256, true},
+
+    {"mesh_function",
+     "Free-form with a Function: rim vertices alternate t = 0 (blue) and t = 1 (yellow) around "
+     "a centre at t = 0.5; the function is looked up at the vertices and the colours interpolated "
+     "in RGB between them",
+     mesh_stream(kFreeForm16 + " /BitsPerComponent 8 /Decode [0 100 0 100 0 1]\n"
+                 "   /Function << /FunctionType 2 /Domain [0 1] /C0 [0.15 0.25 0.85] "
+                 "/C1 [1 0.85 0.1] /N 1 >>",
+                 function_mesh()),
+     "", kSquare, 256, 256, false},
+
+    {"mesh_bits_1",
+     "1-bit components: each raw value is scaled to eight bits by truncation, so the white "
+     "centre and the full colours come out at 128",
+     mesh_stream(depth_entries(1), depth_mesh(1)), "", kSquare, 256, 256, false},
+    {"mesh_bits_2", "2-bit components: full is 192",
+     mesh_stream(depth_entries(2), depth_mesh(2)), "", kSquare, 256, 256, false},
+    {"mesh_bits_4", "4-bit components: full is 240",
+     mesh_stream(depth_entries(4), depth_mesh(4)), "", kSquare, 256, 256, false},
+    {"mesh_bits_8", "8-bit components: full is 255",
+     mesh_stream(depth_entries(8), depth_mesh(8)), "", kSquare, 256, 256, true},
+    {"mesh_bits_16", "16-bit components: the high byte, full is 255",
+     mesh_stream(depth_entries(16), depth_mesh(16)), "", kSquare, 256, 256, false},
+
+    {"mesh_flate",
+     "A ring of 96 triangles in one strip, its stream deflated (FlateDecode behind "
+     "ASCIIHexDecode)",
+     mesh_stream(kFreeForm16 + " /BitsPerComponent 8 /Decode [0 100 0 100 0 1 0 1 0 1]",
+                 ring_mesh(), true),
+     "", kSquare, 256, 256, true},
+
+    {"lattice_warped",
+     "Lattice of 15 x 15 vertices bent by two sine waves; each cell is cut from its top right "
+     "to its bottom left vertex",
+     mesh_stream("/ShadingType 5 /ColorSpace /DeviceRGB /VerticesPerRow 15 /BitsPerCoordinate "
+                 "16 /BitsPerComponent 8\n   /Decode [0 100 0 100 0 1 0 1 0 1]",
+                 warped_lattice()),
+     "", kSquare, 256, 256, true},
+
+    {"mesh_rotated",
+     "The flags mesh through the rotated device matrix: turned 30 degrees anticlockwise about "
+     "the centre",
+     mesh_stream(kFreeForm16 + " /BitsPerComponent 8 /Decode [0 100 0 100 0 1 0 1 0 1]",
+                 flags_mesh()),
+     "", kRotated, 256, 256, false},
+};
+
 constexpr GallerySection kSections[] = {
     {"Axial shadings", kAxial, sizeof(kAxial) / sizeof(kAxial[0])},
     {"Radial shadings", kRadial, sizeof(kRadial) / sizeof(kRadial[0])},
     {"Function-based shadings", kFunctionBased,
      sizeof(kFunctionBased) / sizeof(kFunctionBased[0])},
     {"Shading patterns", kPatterns, sizeof(kPatterns) / sizeof(kPatterns[0])},
+    {"Free-form and lattice meshes", kMeshes, sizeof(kMeshes) / sizeof(kMeshes[0])},
 };
 // clang-format on
 
