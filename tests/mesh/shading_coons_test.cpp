@@ -328,7 +328,7 @@ TEST(CoonsRender, ExtremeCoordinatesStayInside) {
     SCOPED_TRACE(::testing::Message() << "seed " << seed);
     std::mt19937_64 rng(seed);
     const int64_t extremes[] = {INT64_MIN, INT64_MAX, 0, -1, int64_t{1} << 62, raw(8)};
-    for (int round = 0; round < 6; ++round) {
+    for (int round = 0; round < 3; ++round) {
         Group g = coons_box(0, 0, 8, 8, kQuad);
         for (auto& p : g.m_pts) {
             p.x.m_raw = (rng() & 1) ? extremes[rng() % 6] : static_cast<int64_t>(rng());
@@ -338,9 +338,9 @@ TEST(CoonsRender, ExtremeCoordinatesStayInside) {
         const double k = (round % 3 == 0) ? 1e9 : (round % 3 == 1 ? 1 : -3e4);
         CPDFShadingCoons s(nullptr);
         set_groups(s, std::vector<Group>{g, coons_box(1, 1, 7, 7, kQuad)});
-        Mask mask(12, 10);
-        Canvas32 c(12, 10);
-        CanvasGray cg(12, 10);
+        Mask mask(8, 4);
+        Canvas32 c(8, 4);
+        CanvasGray cg(8, 4);
         EXPECT_EQ(s.render_to_bmp(scale(k, k, 3, 2), {-2, 1}, mask.bmp, c.bmp), 1);
         EXPECT_EQ(s.render_to_bmpg(scale(k, -k), {-2, 1}, mask.bmp, cg.bmp), 1);
         EXPECT_TRUE(c.guards_intact());
