@@ -438,6 +438,253 @@ std::string depth_entries(int bits) {
            " /Decode [0 100 0 100 0 1 0 1 0 1]";
 }
 
+// Patch meshes. Coons patches list twelve boundary points once around the
+// patch (0-3 the u = 0 side, 3-6 v = 1, 6-9 u = 1, 9-11 and back to 0 v = 0)
+// and four corner colours; a flag 1, 2 or 3 takes the previous patch's side
+// 3-6, 6-9 or 9-0 as its own side 0-3, with the two corner colours, and lists
+// eight points and two colours. Tensor patches list their 4 x 4 net as a
+// spiral from the outside in. 8-bit flags, 16-bit coordinates over 0..100,
+// 8-bit RGB. Control points may lie outside the picture, so the coordinates
+// run over -50..150.
+struct PatchColour {
+    uint32_t r, g, b;
+};
+
+uint32_t patch_coord16(double v) {
+    return static_cast<uint32_t>(std::lround((std::clamp(v, -50.0, 150.0) + 50) / 200 * 65535));
+}
+void patch_point(MeshBits& w, MeshPoint p) {
+    w.put(patch_coord16(p.x), 16).put(patch_coord16(p.y), 16);
+}
+void patch_colour(MeshBits& w, PatchColour c) { w.put(c.r, 8).put(c.g, 8).put(c.b, 8); }
+
+// Writes a Coons patch: flag 0 with all twelve points and four colours, or a
+// continuation with points 4-11 and colours 2 and 3.
+void coons_patch(MeshBits& w, uint32_t flag, const MeshPoint (&pts)[12],
+                 const PatchColour (&colours)[4]) {
+    w.put(flag, 8);
+    for (int k = flag == 0 ? 0 : 4; k < 12; ++k) patch_point(w, pts[k]);
+    for (int k = flag == 0 ? 0 : 2; k < 4; ++k) patch_colour(w, colours[k]);
+    w.pad();
+}
+
+MeshPoint lerp(MeshPoint a, MeshPoint b, double t) {
+    return {a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t};
+}
+
+// The inner control points of the edge from a to b: at the thirds, pushed
+// sideways by a bulge that depends on the edge and not on its direction, so
+// that neighbours walking it either way agree.
+void edge_points(MeshPoint a, MeshPoint b, MeshPoint& p1, MeshPoint& p2) {
+    const bool flip = a.x > b.x || (a.x == b.x && a.y > b.y);
+    const MeshPoint lo = flip ? b : a, hi = flip ? a : b;
+    const double nx = -(hi.y - lo.y), ny = hi.x - lo.x;
+    const double bulge = 0.12 * std::sin(0.37 * (lo.x + 2 * hi.y) + 0.11 * (hi.x + lo.y));
+    MeshPoint q1 = lerp(lo, hi, 1.0 / 3), q2 = lerp(lo, hi, 2.0 / 3);
+    q1 = {q1.x + bulge * nx, q1.y + bulge * ny};
+    q2 = {q2.x - bulge * nx, q2.y - bulge * ny};
+    p1 = flip ? q2 : q1;
+    p2 = flip ? q1 : q2;
+}
+
+// The twelve points of a patch with corners c[0] (point 0), c[1] (point 3),
+// c[2] (point 6), c[3] (point 9) and bulging sides.
+void coons_frame(const MeshPoint (&c)[4], MeshPoint (&pts)[12]) {
+    for (int k = 0; k < 4; ++k) {
+        pts[3 * k] = c[k];
+        edge_points(c[k], c[(k + 1) % 4], pts[3 * k + 1], pts[3 * k + 2]);
+    }
+}
+
+// One patch with curved sides and four corner colours.
+std::vector<unsigned char> coons_single() {
+    MeshBits w;
+    const MeshPoint pts[12] = {{10, 12}, {-5, 45}, {25, 70},  {12, 92}, {40, 75}, {62, 110},
+                               {90, 88}, {70, 60}, {105, 35}, {86, 8},  {60, 30}, {35, -5}};
+    coons_patch(w, 0, pts, {{230, 50, 40}, {250, 210, 40}, {40, 90, 220}, {40, 190, 120}});
+    return w.bytes();
+}
+
+// A 3 x 3 mesh walked as a snake, each patch after the first taking its
+// shared side from the one before with the flag that names that side. Grid
+// vertices carry the colours, so neighbours agree along their sides.
+std::vector<unsigned char> coons_grid() {
+    MeshBits w;
+    MeshPoint v[4][4];
+    PatchColour colour[4][4];
+    for (int i = 0; i < 4; ++i) {
+        for (int j = 0; j < 4; ++j) {
+            v[i][j] = {8 + 28 * i + 3 * std::sin(1.7 * j + i),
+                       8 + 28 * j + 3 * std::cos(1.3 * i + j)};
+            colour[i][j] = {static_cast<uint32_t>(40 + 70 * i), static_cast<uint32_t>(230 - 60 * j),
+                            static_cast<uint32_t>(60 + 60 * ((i + j) % 3))};
+        }
+    }
+    // Cells (column, row) in snake order.
+    const int order[9][2] = {{0, 0}, {1, 0}, {2, 0}, {2, 1}, {1, 1},
+                             {0, 1}, {0, 2}, {1, 2}, {2, 2}};
+    int prev[4][2] = {};
+    for (int n = 0; n < 9; ++n) {
+        const int ci = order[n][0], cj = order[n][1];
+        // The cell's corners anticlockwise from its lower left.
+        const int ring[4][2] = {{ci, cj}, {ci + 1, cj}, {ci + 1, cj + 1}, {ci, cj + 1}};
+        int c[4][2];
+        uint32_t flag = 0;
+        if (n == 0) {
+            // u = 0 side on the left, v = 1 at the top.
+            const int first[4][2] = {{ci, cj}, {ci, cj + 1}, {ci + 1, cj + 1}, {ci + 1, cj}};
+            std::copy(&first[0][0], &first[0][0] + 8, &c[0][0]);
+        } else {
+            // Side f of the previous patch (corners f, f + 1) is shared.
+            for (uint32_t f = 1; f <= 3 && flag == 0; ++f) {
+                const int* a = prev[f];
+                const int* b = prev[(f + 1) % 4];
+                int ia = -1, ib = -1;
+                for (int k = 0; k < 4; ++k) {
+                    if (ring[k][0] == a[0] && ring[k][1] == a[1]) ia = k;
+                    if (ring[k][0] == b[0] && ring[k][1] == b[1]) ib = k;
+                }
+                if (ia < 0 || ib < 0) continue;
+                flag = f;
+                const int step = (ib - ia + 4) % 4;  // around the ring from a to b
+                for (int k = 0; k < 4; ++k) {
+                    const int* r = ring[(ia + k * step) % 4];
+                    c[k][0] = r[0];
+                    c[k][1] = r[1];
+                }
+            }
+        }
+        MeshPoint corners[4];
+        PatchColour cols[4];
+        for (int k = 0; k < 4; ++k) {
+            corners[k] = v[c[k][0]][c[k][1]];
+            cols[k] = colour[c[k][0]][c[k][1]];
+        }
+        MeshPoint pts[12];
+        coons_frame(corners, pts);
+        coons_patch(w, flag, pts, cols);
+        std::copy(&c[0][0], &c[0][0] + 8, &prev[0][0]);
+    }
+    return w.bytes();
+}
+
+// A patch whose far side is turned over: the u = 1 side runs the other way,
+// so the surface passes through itself and its later rows cover the earlier.
+std::vector<unsigned char> coons_fold() {
+    MeshBits w;
+    const MeshPoint pts[12] = {{10, 15}, {20, 40}, {20, 65}, {10, 90}, {35, 70}, {65, 30},
+                               {90, 10}, {80, 40}, {80, 65}, {90, 90}, {65, 70}, {35, 30}};
+    coons_patch(w, 0, pts, {{240, 60, 40}, {250, 220, 60}, {40, 80, 230}, {60, 200, 120}});
+    return w.bytes();
+}
+
+// Writes a tensor patch from its net (entry 4 r + c): the spiral of 16 for
+// flag 0, or the 12 after the shared side with colours 2 and 3.
+void tensor_patch(MeshBits& w, uint32_t flag, const MeshPoint (&net)[16],
+                  const PatchColour (&colours)[4]) {
+    static constexpr int kSpiral[16] = {0, 1, 2, 3, 7, 11, 15, 14, 13, 12, 8, 4, 5, 6, 10, 9};
+    w.put(flag, 8);
+    for (int n = flag == 0 ? 0 : 4; n < 16; ++n) patch_point(w, net[kSpiral[n]]);
+    for (int k = flag == 0 ? 0 : 2; k < 4; ++k) patch_colour(w, colours[k]);
+    w.pad();
+}
+
+// An even net over the box, u along x and v along y.
+void tensor_net(MeshPoint lo, MeshPoint hi, MeshPoint (&net)[16]) {
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c)
+            net[4 * r + c] = {lo.x + (hi.x - lo.x) * r / 3, lo.y + (hi.y - lo.y) * c / 3};
+}
+
+// One square patch whose four inner control points are all pulled out beyond
+// its top right corner. The sides stay straight.
+std::vector<unsigned char> tensor_pulled() {
+    MeshBits w;
+    MeshPoint net[16];
+    tensor_net({10, 10}, {90, 90}, net);
+    net[5] = {120, 120};
+    net[6] = {120, 120};
+    net[9] = {120, 120};
+    net[10] = {120, 120};
+    tensor_patch(w, 0, net, {{230, 50, 40}, {250, 210, 40}, {40, 90, 220}, {40, 190, 120}});
+    return w.bytes();
+}
+
+// The net of a patch that continues a side: row 0 is the shared side (as the
+// previous patch lists it for the flag), the other rows follow it moved by
+// step per row.
+void continued_net(const MeshPoint (&prev)[16], uint32_t flag, MeshPoint step,
+                   MeshPoint (&net)[16]) {
+    static constexpr int kSide[4][4] = {{}, {3, 7, 11, 15}, {15, 14, 13, 12}, {12, 8, 4, 0}};
+    for (int r = 0; r < 4; ++r) {
+        for (int c = 0; c < 4; ++c) {
+            const MeshPoint p = prev[kSide[flag][c]];
+            net[4 * r + c] = {p.x + step.x * r, p.y + step.y * r};
+        }
+    }
+}
+
+// Three continuations of one patch, with flags 1, 2 and 3: each takes the
+// colours of its two shared corners but not their colour words, which stay 0,
+// so its shared side is black while its far corners have their own colour.
+// Yellow at the bottom, then green and blue above it, red to the right.
+std::vector<unsigned char> tensor_continued() {
+    MeshBits w;
+    MeshPoint a[16], b[16], c[16], d[16];
+    tensor_net({10, 10}, {50, 35}, a);
+    tensor_patch(w, 0, a, {{240, 200, 40}, {240, 200, 40}, {240, 200, 40}, {240, 200, 40}});
+    continued_net(a, 1, {0, 25.0 / 3}, b);  // above a, sharing its top side
+    tensor_patch(w, 1, b, {{}, {}, {60, 200, 90}, {60, 200, 90}});
+    continued_net(b, 2, {0, 25.0 / 3}, c);  // above b, sharing its top side
+    tensor_patch(w, 2, c, {{}, {}, {60, 120, 230}, {60, 120, 230}});
+    continued_net(c, 3, {40.0 / 3, 0}, d);  // right of c, sharing its right side
+    tensor_patch(w, 3, d, {{}, {}, {230, 70, 60}, {230, 70, 60}});
+    return w.bytes();
+}
+
+const std::string kPatch16 =
+    "/ColorSpace /DeviceRGB /BitsPerFlag 8 /BitsPerCoordinate 16 /BitsPerComponent 8\n"
+    "   /Decode [-50 150 -50 150 0 1 0 1 0 1]";
+
+// clang-format off
+const GallerySample kPatches[] = {
+    {"coons_single",
+     "Coons patch: one patch with curved sides and four corner colours, cut into cells whose "
+     "count follows its size on the page",
+     mesh_stream("/ShadingType 6 " + kPatch16, coons_single()), "", kSquare, 256, 256, true},
+
+    {"coons_grid",
+     "Coons mesh of 3 x 3 patches walked as a snake: after the first, every patch takes its "
+     "shared side and corner colours from the one before (flags 2, 2, 1, 3, 2, 1, 3, 2). Each "
+     "patch cuts its sides into its own number of steps, so where two neighbours cut a shared "
+     "curve differently a stray pixel can fall between them",
+     mesh_stream("/ShadingType 6 " + kPatch16, coons_grid()), "", kSquare, 256,
+     256, true},
+
+    {"coons_fold",
+     "Coons patch folded over itself: its far side runs the other way, and the later rows of "
+     "cells are painted over the earlier ones",
+     mesh_stream("/ShadingType 6 " + kPatch16, coons_fold()), "", kSquare, 256, 256, false},
+
+    {"coons_rotated",
+     "The 3 x 3 Coons mesh through the rotated device matrix",
+     mesh_stream("/ShadingType 6 " + kPatch16, coons_grid()), "", kRotated, 256,
+     256, false},
+
+    {"tensor_pulled",
+     "Tensor patch with straight sides whose four inner control points are all pulled out "
+     "beyond its top right corner: the middle of the patch crowds there, and the surface "
+     "bulges out over that corner",
+     mesh_stream("/ShadingType 7 " + kPatch16, tensor_pulled()), "", kSquare, 256, 256, true},
+
+    {"tensor_continued",
+     "Tensor patches continued with flags 1, 2 and 3 (yellow, then green and blue above it, red "
+     "to the right): each continuation keeps the colours of its two shared corners but paints "
+     "them from colour words that were never set, so its shared side is black",
+     mesh_stream("/ShadingType 7 " + kPatch16, tensor_continued()), "", kSquare, 256, 256, true},
+};
+// clang-format on
+
 // clang-format off
 const GallerySample kMeshes[] = {
     {"mesh_flags",
@@ -500,6 +747,7 @@ constexpr GallerySection kSections[] = {
      sizeof(kFunctionBased) / sizeof(kFunctionBased[0])},
     {"Shading patterns", kPatterns, sizeof(kPatterns) / sizeof(kPatterns[0])},
     {"Free-form and lattice meshes", kMeshes, sizeof(kMeshes) / sizeof(kMeshes[0])},
+    {"Coons and tensor patch meshes", kPatches, sizeof(kPatches) / sizeof(kPatches[0])},
 };
 // clang-format on
 
