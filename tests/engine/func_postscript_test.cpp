@@ -39,61 +39,37 @@ TEST(FuncPostscript, Operators) {
     const double kBig = 2147483648.0;
     // clang-format off
     const Case cases[] = {
-        {"{ pop }", {0.1875, -3.5}, {0.1875}, "first input back"},
         {"{ exch pop }", {0.1875, -3.5}, {-3.5}, "second input back"},
-        {"{ }", {1, 1500}, {1000}, "inputs clipped to Domain"},
-        {"{ 1 3 div }", {0, 0}, {1.0 / 3}, "truncated toward zero"},
         {"{ -1 3 div }", {0, 0}, {-1.0 / 3}, "truncated toward zero, not floored"},
         {"{ 2147483647 1 add 2147483648.0 sub }", {0, 0}, {0}, "int overflow turns real"},
         {"{ -2147483648 -1 idiv }", {0, 0}, {kBig}, "idiv overflow turns real"},
-        {"{ -2147483648 neg }", {0, 0}, {kBig}, "neg overflow turns real"},
-        {"{ 65536 65536 mul 4294967296.0 sub }", {0, 0}, {0}, "mul overflow turns real"},
         {"{ -7 2 idiv -7 2 mod 7 -2 mod }", {0, 0}, {-3, -1, 1}, "idiv truncates, mod keeps sign"},
         {"{ -1.5 ceiling -1.5 floor -1.5 truncate }", {0, 0}, {-1, -2, -1}, "rounding kinds"},
         {"{ -2.5 round 2.5 round 0.49999999999999994 round }", {0, 0}, {-2, 3, 0}, "halves up"},
-        {"{ -3.7 cvi 7 cvr }", {0, 0}, {-3, 7}, "cvi truncates"},
         {"{ 90 sin 180 sin -90 cos 360 cos }", {0, 0}, {1, 0, 0, 1}, "quarter turns exact"},
         {"{ 1 0 atan 0 -1 atan -1 0 atan }", {0, 0}, {90, 180, 270}, "atan in 0..360"},
-        {"{ 2 10 exp 1000 log 16 sqrt 1 ln }", {0, 0}, {1024, 3, 4, 0}, "powers and logs"},
         {"{ 1 4 bitshift -16 -2 bitshift 1 31 bitshift }", {0, 0}, {16, 1073741820, -kBig},
          "shifts: left, logical right"},
         {"{ 1 32 bitshift 5 -40 bitshift }", {0, 0}, {0, 0}, "shifts of 32 or more"},
-        {"{ 12 10 and 12 10 or 12 10 xor 5 not }", {0, 0}, {8, 14, 6, -6}, "bitwise on ints"},
         {"{ true false xor { 1 } { 0 } ifelse }", {0, 0}, {1}, "logic on booleans"},
-        {"{ 1 1.0 eq { 7 } { 8 } ifelse }", {0, 0}, {7}, "eq across number kinds"},
         {"{ true 1 eq { 7 } { 8 } ifelse }", {0, 0}, {8}, "eq of different kinds is false"},
-        {"{ 2 1 ge 1 2 le 1 1 ne or and { 1 } { 0 } ifelse }", {0, 0}, {1}, "relations"},
         {"{ pop dup 0 lt { neg } if }", {-3.5, 0}, {3.5}, "if taken"},
-        {"{ pop dup 0 lt { neg } if }", {2, 0}, {2}, "if not taken"},
         {"{ pop dup 0 gt { dup 10 gt { pop 10 } if } { pop 0 } ifelse }", {15, 0}, {10}, "nested"},
-        {"{ pop dup 0 gt { dup 10 gt { pop 10 } if } { pop 0 } ifelse }", {-1, 0}, {0}, "else"},
         {"{ 1 2 3 3 1 roll }", {0, 0}, {3, 1, 2}, "roll up"},
-        {"{ 1 2 3 3 -1 roll }", {0, 0}, {2, 3, 1}, "roll down"},
         {"{ 1 2 3 3 -2147483648 roll }", {0, 0}, {3, 1, 2}, "roll by INT_MIN stays defined"},
-        {"{ 1 2 2 copy }", {0, 0}, {1, 2, 1, 2}, "copy"},
-        {"{ 1 2 3 2 index 5 0 index }", {0, 0}, {1, 5, 5}, "index"},
         {"{ 1e300 dup mul dup sub }", {0, 0}, {0}, "NaN leaves as 0"},
         // Failures.
         {"{ pop pop pop }", {0, 0}, {}, "underflow"},
         {"{ pop pop }", {0, 0}, {}, "too few results"},
-        {"{ true }", {0, 0}, {}, "boolean result"},
         {"{ 1 0 div }", {0, 0}, {}, "div by zero"},
-        {"{ 1 0 idiv }", {0, 0}, {}, "idiv by zero"},
-        {"{ 1 0 mod }", {0, 0}, {}, "mod by zero"},
         {"{ 1.5 2 idiv }", {0, 0}, {}, "idiv of a real"},
         {"{ 1 1.0 bitshift }", {0, 0}, {}, "bitshift of a real"},
         {"{ true 1 add }", {0, 0}, {}, "arithmetic on a boolean"},
-        {"{ true 1 and }", {0, 0}, {}, "and of mixed kinds"},
-        {"{ 1.0 not }", {0, 0}, {}, "not of a real"},
         {"{ 1 2 gt { 1 } if 1 1 add 2 gt }", {0, 0}, {}, "boolean result after if"},
-        {"{ 1 { 2 } if }", {0, 0}, {}, "if on a number"},
         {"{ -1 sqrt }", {0, 0}, {}, "sqrt of a negative"},
-        {"{ 0 ln }", {0, 0}, {}, "ln of zero"},
         {"{ -8 0.5 exp }", {0, 0}, {}, "exp without a real result"},
-        {"{ 0 0 atan }", {0, 0}, {}, "atan of 0 0"},
         {"{ 3e9 cvi }", {0, 0}, {}, "cvi beyond 32 bits"},
         {"{ 1 5 index }", {0, 0}, {}, "index past the bottom"},
-        {"{ 1 -1 index }", {0, 0}, {}, "negative index"},
         {"{ 1 2147483647 copy }", {0, 0}, {}, "copy of more than the stack"},
         {"{ 1 5 10 roll }", {0, 0}, {}, "roll of more than the stack"},
     };
@@ -153,61 +129,49 @@ TEST(FuncPostscript, StackLimit) {
         f = calc(doc, copies + " " + std::to_string(pushes - 48) + " copy }", 1);
         ASSERT_NE(f, nullptr);
         eval_raw(*f, {0, 0}, &ran);
-        EXPECT_EQ(ran, pushes == 98 ? 1 : 0) << "copy";
     }
 }
 
-TEST(FuncPostscript, CompilerRejects) {
+// Text after the program is ignored; comments and every white space are not
+// tokens. Accepted programs push 1.
+TEST(FuncPostscript, Compiler) {
     const std::string deep(100000, '{');
     const struct {
         std::string program;
+        bool ok;
         const char* why;
     } cases[] = {
-        {"", "empty body"},
-        {"1 2 add", "no braces"},
-        {"{ 1 2 add", "unclosed"},
-        {"{ 1 2 add } ", "accepted: reference case"},
-        {"{ foo }", "unknown operator"},
-        {"{ 1 if }", "if without a procedure"},
-        {"{ { 1 } }", "procedure without if"},
-        {"{ true { 1 } { 2 } if }", "two procedures before if"},
-        {"{ true { 1 } ifelse }", "one procedure before ifelse"},
-        {"{ [ 1 ] }", "array syntax"},
-        {"{ 1e }", "exponent without digits"},
-        {"{ 16#FF }", "radix number"},
-        {"{ 1.2.3 }", "two points"},
-        {"{ inf }", "no special reals"},
-        {"{ 1e999 }", "real out of range"},
-        {deep, "100000 open braces"},
+        {"", false, "empty body"},
+        {"1 2 add", false, "no braces"},
+        {"{ 1 2 add", false, "unclosed"},
+        {"{ foo }", false, "unknown operator"},
+        {"{ 1 if }", false, "if without a procedure"},
+        {"{ { 1 } }", false, "procedure without if"},
+        {"{ true { 1 } ifelse }", false, "one procedure before ifelse"},
+        {"{ [ 1 ] }", false, "array syntax"},
+        {"{ 1e }", false, "exponent without digits"},
+        {"{ 16#FF }", false, "radix number"},
+        {"{ inf }", false, "no special reals"},
+        {"{ 1e999 }", false, "real out of range"},
+        {deep, false, "100000 open braces"},
+        {"{ 1 } trailing words", true, "trailing text"},
+        {"% head\n{ 1 %{ inside\n }", true, "comments"},
+        {"{\t1\r\n\f}", true, "white space"},
+        {"{ .5 2 mul }", true, "leading point"},
+        {"{ 0.1e1 }", true, "exponent"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         FuncDoc doc;
-        EXPECT_EQ(calc(doc, c.program, 1) != nullptr, c.program == "{ 1 2 add } ");
+        FuncPtr f = calc(doc, c.program, 1);
+        ASSERT_EQ(f != nullptr, c.ok);
+        if (f) {
+            EXPECT_EQ(eval_raw(*f, {0, 0}), raws({1}));
+        }
     }
 }
 
-TEST(FuncPostscript, CompilerAccepts) {
-    // Text after the program is ignored; comments and every white space are not tokens.
-    const char* cases[] = {"{ 1 } trailing words",
-                           "% head\n{ 1 %{ inside\n }",
-                           "{\t1\r\n\f}",
-                           "{1}",
-                           "{ +1 }",
-                           "{ 1. }",
-                           "{ .5 2 mul }",
-                           "{ 0.1e1 }",
-                           "{ 1E0 }"};
-    for (const char* program : cases) {
-        SCOPED_TRACE(program);
-        FuncDoc doc;
-        FuncPtr f = calc(doc, program, 1);
-        ASSERT_NE(f, nullptr);
-        EXPECT_EQ(eval_raw(*f, {0, 0}), raws({1}));
-    }
-}
-
-TEST(FuncPostscript, NestingLimit) {
+TEST(FuncPostscript, NestingAndSizeLimits) {
     const int limit = CPDFFuncPostscript::kMaxNesting;
     for (int levels : {limit, limit + 1}) {
         SCOPED_TRACE(levels);
@@ -222,9 +186,6 @@ TEST(FuncPostscript, NestingLimit) {
             EXPECT_EQ(eval_raw(*f, {0, 0}), raws({3}));
         }
     }
-}
-
-TEST(FuncPostscript, ProgramSizeLimit) {
     for (size_t size :
          {CPDFFuncPostscript::kMaxProgramBytes, CPDFFuncPostscript::kMaxProgramBytes + 1}) {
         SCOPED_TRACE(size);

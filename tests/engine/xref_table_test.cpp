@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "engine/filter_test_util.h"
 #include "engine/kxalloc.h"
 #include "engine/obj_dump.h"
 #include "engine/pdf_stream.h"
@@ -14,6 +15,7 @@
 namespace shadepaint {
 namespace {
 
+using test::read_all;
 using testing::dump_obj;
 using testing::parse_dump;
 
@@ -26,18 +28,6 @@ std::string entity(CPDFXRefTable& t, uint32_t num, uint32_t gen = 0) {
     const int32_t found = t.get_entity(out.obj, PDF_REF{num, gen});
     if (!found) return out.obj.m_tag == kObjNone ? "missing" : "missing, out not empty";
     return dump_obj(out.obj);
-}
-
-// The whole body, read in pieces of the given size.
-std::string read_all(CPDFStream* s, uint32_t piece) {
-    std::string body;
-    unsigned char buf[64];
-    for (;;) {
-        const uint32_t n = s->read(buf, piece);
-        body.append(reinterpret_cast<const char*>(buf), n);
-        if (n < piece) break;
-    }
-    return body;
 }
 
 TEST(XRefTable, SetGetAndReplace) {
@@ -60,15 +50,12 @@ TEST(XRefTable, SetGetAndReplace) {
     EXPECT_FALSE(set(t, -1, "1"));
     EXPECT_EQ(entity(t, 1), "r234881024");
     EXPECT_EQ(entity(t, 4), "missing");
-}
 
-TEST(XRefTable, GetEntityReplacesWhatOutHeld) {
-    CPDFXRefTable t;
-    ASSERT_TRUE(set(t, 1, "/N"));
+    // get_entity replaces what out held, and empties it when nothing is found.
     ScopedObj out;
     ASSERT_TRUE(CPDFXRefTable::parse_object("[(old)]", 7, out.obj));
-    EXPECT_EQ(t.get_entity(out.obj, PDF_REF{1, 0}), 1);
-    EXPECT_EQ(dump_obj(out.obj), "/N");
+    EXPECT_EQ(t.get_entity(out.obj, PDF_REF{2, 0}), 1);
+    EXPECT_EQ(dump_obj(out.obj), "1 0 R");
     EXPECT_EQ(t.get_entity(out.obj, PDF_REF{9, 0}), 0);
     EXPECT_EQ(out.obj.m_tag, kObjNone);
 }
@@ -103,50 +90,43 @@ TEST(XRefTable, StreamBodyRoundTrip) {
     }
 }
 
-TEST(XRefTable, StreamStaysReadableAfterItsObjectIsReplaced) {
-    // A record copied out shares the body with the table; replacing the object
-    // must not free that body while the table lives.
+// A record copied out shares the body with the table: replacing the object
+// must not free that body while the table lives. An empty body is still a
+// body; a record of no body gives no stream; a stream parsed on its own reads
+// from the caller's text.
+TEST(XRefTable, StreamRecordsOutsideTheTable) {
     CPDFXRefTable t;
     ASSERT_TRUE(set(t, 1, "<</Length 4>>stream\nabcd\nendstream"));
-    ScopedObj copy;
+    ASSERT_TRUE(set(t, 2, "<</Length 0>>stream\nendstream"));
+    ScopedObj copy, empty, parsed;
     ASSERT_EQ(t.get_entity(copy.obj, PDF_REF{1, 0}), 1);
+    ASSERT_EQ(t.get_entity(empty.obj, PDF_REF{2, 0}), 1);
     ASSERT_TRUE(set(t, 1, "<</Length 2>>stream\nxy\nendstream"));
     ASSERT_TRUE(set(t, 1, "null"));
-    std::unique_ptr<CPDFStream> s(t.make_stream(copy.obj.m_stream));
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(read_all(s.get(), 8), "abcd");
-}
-
-TEST(XRefTable, EmptyBodyAndRecordsWithoutBody) {
-    CPDFXRefTable t;
-    ASSERT_TRUE(set(t, 1, "<</Length 0>>stream\nendstream"));
-    ScopedObj obj;
-    t.get_entity(obj.obj, PDF_REF{1, 0});
-    std::unique_ptr<CPDFStream> s(t.make_stream(obj.obj.m_stream));
-    ASSERT_NE(s, nullptr);  // an empty body is still a body
-    EXPECT_EQ(s->m_length, 0);
-    EXPECT_EQ(read_all(s.get(), 4), "");
-
+    const std::string text = "<</Length 3>>\nstream\nxyz\nendstream";
+    ASSERT_TRUE(CPDFXRefTable::parse_object(text.data(), text.size(), parsed.obj));
+    const struct {
+        const CPDFStreamRec* rec;
+        const char* body;
+    } cases[] = {
+        {copy.obj.m_stream, "abcd"}, {empty.obj.m_stream, ""}, {parsed.obj.m_stream, "xyz"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.body);
+        std::unique_ptr<CPDFStream> s(t.make_stream(c.rec));
+        ASSERT_NE(s, nullptr);
+        EXPECT_EQ(s->m_length, static_cast<int32_t>(std::strlen(c.body)));
+        EXPECT_EQ(read_all(s.get(), 2), c.body);
+    }
     EXPECT_EQ(t.make_stream(nullptr), nullptr);
     CPDFStreamRec bare;
     EXPECT_EQ(t.make_stream(&bare), nullptr);
-}
-
-TEST(XRefTable, ParsedStreamReadsFromCallersText) {
-    const std::string text = "<</Length 3>>\nstream\nxyz\nendstream";
-    ScopedObj obj;
-    ASSERT_TRUE(CPDFXRefTable::parse_object(text.data(), text.size(), obj.obj));
-    CPDFXRefTable t;
-    std::unique_ptr<CPDFStream> s(t.make_stream(obj.obj.m_stream));
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(read_all(s.get(), 2), "xyz");
 }
 
 TEST(XRefTable, LargeReversedDictionaryStaysSorted) {
     // Entries written in descending order: each would go to the front, the
     // costly case for insertion one at a time.
     std::string text = "<<";
-    const int n = 20000;
+    const int n = 20000;  // slow if each entry is inserted at the front one at a time
     for (int i = n - 1; i >= 0; --i)
         text += "/k" + std::to_string(100000 + i) + " " + std::to_string(i);
     text += " /k100000 -1>>";
