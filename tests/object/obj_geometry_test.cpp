@@ -40,7 +40,7 @@ TEST(ObjGeometry, RectangleAndMatrixByPath) {
         const char* matrix;
         const char* why;
     } cases[] = {
-        {nullptr, true, "9 9 9 9", "9 9 9 9 9 9", "no object: both untouched"},
+        {nullptr, true, "9 9 9 9", "I", "no object: the box untouched, identity"},
         {"[1 2 3]", true, "0 0 0 0", "I", "direct, too short: a zero box, identity"},
         {"[1 5 0 R 3 4 5 6 7]", true, "1 2.5 3 4", "1 2.5 3 4 5 6", "longer, element followed"},
         {"[1 5 0 R 3 4 5 6]", false, "1 0 3 4", "1 0 3 4 5 6", "an unresolved element is 0"},
