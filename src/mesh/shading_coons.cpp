@@ -173,11 +173,12 @@ int32_t render_coons(const CPDFShadingCoons& sh, const _KXMATRIX& matrix, const 
         const int vt = group.get_vt(matrix);
         const int32_t n = ut < kMax ? ut : kMax;
         const int32_t m = vt < kMax ? vt : kMax;
+        // A count that wrapped below zero paints nothing, like a zero one.
+        if (n < 0 || m < 0) continue;
         // Scratch that can't be had ends the picture here; what was painted
         // stays and is masked like a whole one.
         if (!grow_scratch(rows, row_cap, 2 * n + 2)) break;
-        // A count that wrapped below zero paints nothing, like a zero one.
-        if (n < 1 || m < 1) continue;
+        if (n == 0 || m == 0) continue;
         if (!grow_scratch(curves, curve_cap, CPDFShadingCoons::_group::curve_points(n, m))) break;
         group.fill_points_all(n, m, matrix, curves);
 
