@@ -90,49 +90,49 @@ TEST(MeshBadInput, RefusedDictionariesLoadNothing) {
     struct Case {
         int type;  // 0: both
         Keys changes;
-        std::string body;  // empty: the good body
+        const char* body;  // null: the good body
         int32_t triangles;
         const char* why;
     };
-    const std::string one_byte = "\x01";
     // clang-format off
     const std::vector<Case> cases = {
-        {4, {}, "", 1, "the good free-form mesh"},
-        {5, {}, "", 2, "the good lattice"},
-        {0, {{"BitsPerCoordinate", "33"}}, "", 0, "33-bit coordinates"},
-        {0, {{"BitsPerCoordinate", "-1"}}, "", 0, "negative coordinate width"},
-        {0, {{"BitsPerCoordinate", "2000000000"}}, "", 0, "absurd coordinate width"},
-        {0, {{"BitsPerComponent", "33"}}, "", 0, "33-bit components"},
-        {0, {{"BitsPerComponent", "-8"}}, "", 0, "negative component width"},
-        {4, {{"BitsPerFlag", "33"}}, "", 0, "33-bit flags"},
-        {4, {{"BitsPerFlag", "-2"}}, "", 0, "negative flag width"},
-        {0, {{"Decode", ""}}, "", 0, "no Decode"},
-        {0, {{"Decode", "[0 255 0]"}}, "", 0, "Decode of three"},
-        {0, {{"Decode", "7"}}, "", 0, "Decode no array"},
-        {0, {{"Decode", "[0 255 0 255]"}}, "", -1, "no colour pairs: still loads"},
-        {0, {{"ColorSpace", ""}}, "", 0, "no colour space"},
-        {0, {{"ColorSpace", "/Nonsense"}}, "", 0, "colour space that can't be made"},
-        {0, {{"Function", "<< /FunctionType 9 >>"}}, "", 0, "Function that can't be made"},
-        {0, {{"Function", "[]"}}, "", 0, "empty Function array"},
-        {0, {{"Function", functions(17)}}, "", 0, "seventeen functions"},
-        {0, {{"Function", functions(3)}, {"Decode", "[0 255 0 255 0 1 0 1 0 1]"}}, "", -1,
+        {4, {}, nullptr, 1, "the good free-form mesh"},
+        {5, {}, nullptr, 2, "the good lattice"},
+        {0, {}, "", 0, "an empty stream"},
+        {0, {{"BitsPerCoordinate", "33"}}, nullptr, 0, "33-bit coordinates"},
+        {0, {{"BitsPerCoordinate", "-1"}}, nullptr, 0, "negative coordinate width"},
+        {0, {{"BitsPerCoordinate", "2000000000"}}, nullptr, 0, "absurd coordinate width"},
+        {0, {{"BitsPerComponent", "33"}}, nullptr, 0, "33-bit components"},
+        {0, {{"BitsPerComponent", "-8"}}, nullptr, 0, "negative component width"},
+        {4, {{"BitsPerFlag", "33"}}, nullptr, 0, "33-bit flags"},
+        {4, {{"BitsPerFlag", "-2"}}, nullptr, 0, "negative flag width"},
+        {0, {{"Decode", ""}}, nullptr, 0, "no Decode"},
+        {0, {{"Decode", "[0 255 0]"}}, nullptr, 0, "Decode of three"},
+        {0, {{"Decode", "7"}}, nullptr, 0, "Decode no array"},
+        {0, {{"Decode", "[0 255 0 255]"}}, nullptr, -1, "no colour pairs: still loads"},
+        {0, {{"ColorSpace", ""}}, nullptr, 0, "no colour space"},
+        {0, {{"ColorSpace", "/Nonsense"}}, nullptr, 0, "colour space that can't be made"},
+        {0, {{"Function", "<< /FunctionType 9 >>"}}, nullptr, 0, "Function that can't be made"},
+        {0, {{"Function", "[]"}}, nullptr, 0, "empty Function array"},
+        {0, {{"Function", functions(17)}}, nullptr, 0, "seventeen functions"},
+        {0, {{"Function", functions(3)}, {"Decode", "[0 255 0 255 0 1 0 1 0 1]"}}, nullptr, -1,
          "three functions read three fields a vertex"},
-        {0, {{"Function", "99 0 R"}}, "", -1, "Function naming nothing: direct colours"},
-        {0, {{"Function", "null"}}, "", -1, "null Function: direct colours"},
-        {4, {{"BitsPerFlag", "0"}, {"BitsPerCoordinate", "0"}, {"BitsPerComponent", "0"}}, "", 0,
+        {0, {{"Function", "99 0 R"}}, nullptr, -1, "Function naming nothing: direct colours"},
+        {0, {{"Function", "null"}}, nullptr, -1, "null Function: direct colours"},
+        {4, {{"BitsPerFlag", "0"}, {"BitsPerCoordinate", "0"}, {"BitsPerComponent", "0"}}, nullptr, 0,
          "nothing moves the cursor: the records would never end"},
-        {5, {{"BitsPerCoordinate", "0"}, {"BitsPerComponent", "0"}}, "", 0,
+        {5, {{"BitsPerCoordinate", "0"}, {"BitsPerComponent", "0"}}, nullptr, 0,
          "nothing moves the cursor: the rows would never end"},
-        {4, {{"BitsPerFlag", "16"}}, one_byte, 0, "a tail shorter than a flag"},
-        {5, {{"BitsPerCoordinate", "16"}, {"BitsPerComponent", "16"}}, one_byte, 0,
+        {4, {{"BitsPerFlag", "16"}}, "\x01", 0, "a tail shorter than a flag"},
+        {5, {{"BitsPerCoordinate", "16"}, {"BitsPerComponent", "16"}}, "\x01", 0,
          "a tail shorter than every field"},
-        {5, {{"VerticesPerRow", "1"}}, "", 0, "one vertex a row"},
-        {5, {{"VerticesPerRow", "0"}}, "", 0, "no vertices a row"},
-        {5, {{"VerticesPerRow", "-3"}}, "", 0, "negative row length"},
-        {5, {{"VerticesPerRow", ""}}, "", 0, "no VerticesPerRow"},
-        {5, {{"VerticesPerRow", "1073741824"}}, "", 0, "rows beyond the grid's limit"},
-        {5, {{"VerticesPerRow", "524288"}}, "", 0, "two rows would pass the limit"},
-        {0, {{"Filter", "/FlateDecode"}}, "", -1, "corrupt Flate data: what decodes"},
+        {5, {{"VerticesPerRow", "1"}}, nullptr, 0, "one vertex a row"},
+        {5, {{"VerticesPerRow", "0"}}, nullptr, 0, "no vertices a row"},
+        {5, {{"VerticesPerRow", "-3"}}, nullptr, 0, "negative row length"},
+        {5, {{"VerticesPerRow", ""}}, nullptr, 0, "no VerticesPerRow"},
+        {5, {{"VerticesPerRow", "1073741824"}}, nullptr, 0, "rows beyond the grid's limit"},
+        {5, {{"VerticesPerRow", "524288"}}, nullptr, 0, "two rows would pass the limit"},
+        {0, {{"Filter", "/FlateDecode"}}, nullptr, -1, "corrupt Flate data: what decodes"},
     };
     // clang-format on
     for (const Case& c : cases) {
@@ -140,7 +140,7 @@ TEST(MeshBadInput, RefusedDictionariesLoadNothing) {
             if (c.type != 0 && c.type != type) continue;
             SCOPED_TRACE(::testing::Message() << c.why << ", type " << type);
             Doc doc;
-            ShadingPtr s = load(doc, type, c.changes, c.body.empty() ? good_body(type) : c.body);
+            ShadingPtr s = load(doc, type, c.changes, c.body ? c.body : good_body(type));
             ASSERT_NE(s, nullptr);
             if (c.triangles >= 0) {
                 EXPECT_EQ(triangle_count(*s), c.triangles);
@@ -151,10 +151,14 @@ TEST(MeshBadInput, RefusedDictionariesLoadNothing) {
             Canvas<CKXBmp32> dst(16, 16, 64, 0x5A);
             Canvas<CKXBmp8> mask(16, 16, 16, 255);
             const auto before = dst.bytes;
+            Canvas<CKXBmpGray> gdst(16, 16, 32, 0x5A);
             const int32_t r = s->render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, dst.bmp);
+            const int32_t rg = s->render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, gdst.bmp);
             if (triangle_count(*s) == 0) {
                 EXPECT_EQ(r, 0);
+                EXPECT_EQ(rg, 0);
                 EXPECT_EQ(dst.bytes, before);
+                EXPECT_EQ(*mask.px(7, 7, 1), 255) << "the gray form's mask untouched";
             }
         }
     }

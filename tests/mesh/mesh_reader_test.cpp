@@ -103,17 +103,6 @@ TEST(BitCursor, RandomFieldsAgainstBitByBit) {
     }
 }
 
-TEST(BitCursor, Align) {
-    Bytes b({0xFF, 0xFF, 0xFF});
-    b.cur.align();
-    EXPECT_EQ(b.offset(), 0u) << "on a boundary: no move";
-    b.cur.read_bits(3);
-    b.cur.align();
-    EXPECT_EQ(b.offset(), 1u);
-    EXPECT_EQ(b.cur.m_left, 2u);
-    EXPECT_EQ(b.cur.m_bit, 0u);
-}
-
 // A reader over DeviceRGB (or cs) with the given widths and Decode.
 struct Reader {
     Bytes bytes;

@@ -75,17 +75,10 @@ inline void expect_vertex(const PDF_MESH_VERTEX& v, const V& want) {
 }
 
 inline void expect_triangle(const PDF_MESH_TRIANGLE& t, const V& a, const V& b, const V& c) {
-    {
-        SCOPED_TRACE("vertex 0");
-        expect_vertex(t.m_v[0], a);
-    }
-    {
-        SCOPED_TRACE("vertex 1");
-        expect_vertex(t.m_v[1], b);
-    }
-    {
-        SCOPED_TRACE("vertex 2");
-        expect_vertex(t.m_v[2], c);
+    const V* want[3] = {&a, &b, &c};
+    for (int k = 0; k < 3; ++k) {
+        SCOPED_TRACE(::testing::Message() << "vertex " << k);
+        expect_vertex(t.m_v[k], *want[k]);
     }
 }
 

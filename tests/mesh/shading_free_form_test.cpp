@@ -216,32 +216,6 @@ TEST(FreeFormLoad, CutStreams) {
     }
 }
 
-// Colours through a Function: one parametric field a vertex, the function's
-// outputs on the byte scale; interpolation later happens in RGB.
-TEST(FreeFormLoad, FunctionColours) {
-    BitWriter w;
-    for (uint32_t t : {0u, 255u, 51u}) w.put(0, 8).put(t, 8).put(t, 8).put(t, 8);
-    Doc doc;
-    ShadingPtr h;
-    auto* s = load_mesh<CPDFShadingFreeForm>(
-        doc, h,
-        "/ShadingType 4 /ColorSpace /DeviceRGB /BitsPerFlag 8 /BitsPerCoordinate 8 "
-        "/BitsPerComponent 8 /Decode [0 255 0 255 0 1] /Function << /FunctionType 2 "
-        "/Domain [0 1] /C0 [1 0 0] /C1 [0 0 1] /N 1 >>",
-        w.str());
-    ASSERT_NE(s, nullptr);
-    ASSERT_EQ(s->m_triangle_count, 1);
-    const PDF_MESH_TRIANGLE& t = s->m_triangles[0];
-    EXPECT_EQ(t.m_v[0].m_rgba.r, 255);
-    EXPECT_EQ(t.m_v[0].m_rgba.b, 0);
-    EXPECT_EQ(t.m_v[1].m_rgba.r, 0);
-    EXPECT_EQ(t.m_v[1].m_rgba.b, 255);
-    EXPECT_EQ(t.m_v[2].m_pt.x.m_raw, 51 * kOne);
-    // t = 0.2: red 0.8 and blue 0.2 of 255, each truncated.
-    EXPECT_NEAR(t.m_v[2].m_rgba.r, 204, 1);
-    EXPECT_NEAR(t.m_v[2].m_rgba.b, 51, 1);
-}
-
 // Painting: a red square of two triangles in shading units, then the same
 // two triangles in blue, wound the other way.
 const std::string kTwoColourSquare = [] {
@@ -368,22 +342,6 @@ TEST(FreeFormRender, GrayMasksTheMaskAndPaintsOpaque) {
     EXPECT_EQ(dst.px(10, 10, 2)[1], 0) << "unpainted, and no mask applied";
     EXPECT_EQ(*mask.px(0, 0, 1), (200 * 200) >> 8);
     EXPECT_EQ(*mask.px(11, 11, 1), (200 * 200) >> 8);
-}
-
-TEST(FreeFormRender, EmptyStoreTouchesNothing) {
-    Doc doc;
-    ShadingPtr h;
-    auto* s = load_mesh<CPDFShadingFreeForm>(doc, h, kSquareEntries, "");
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(s->m_triangle_count, 0);
-    Canvas<CKXBmp32> dst(4, 4, 16, 0x33);
-    Canvas<CKXBmpGray> gdst(4, 4, 8, 0x33);
-    Canvas<CKXBmp8> mask(4, 4, 4, 100);
-    const auto before = dst.bytes;
-    EXPECT_EQ(s->render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, dst.bmp), 0);
-    EXPECT_EQ(s->render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, gdst.bmp), 0);
-    EXPECT_EQ(dst.bytes, before);
-    EXPECT_EQ(*mask.px(1, 1, 1), 100);
 }
 
 // The origin moves the bitmaps over device space, in whole pixels. (Both
