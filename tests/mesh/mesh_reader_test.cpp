@@ -52,10 +52,8 @@ TEST(BitCursor, WorkedFields) {
         {{0x5A, 0x00}, 0, {0, 0}, {0, 0}, 0, 2, 0, "width 0 at a boundary"},
         {{0x5A}, 5, {0}, {0}, 0, 1, 5, "width 0 within a byte"},
         {{}, 0, {0, 1}, {0, kBitsPastEnd}, 0, 0, 0, "no data: width 0 reads the zero byte"},
-        {{0x0F, 0xF0}, 4, {8}, {0xFF}, 1, 1, 4, "a byte's worth across the boundary"},
         {{0x0F, 0xFF}, 4, {12}, {0xFFF}, 2, 0, 0, "ending exactly at the end of the data"},
         {{0x80, 0x00, 0x00, 0x01}, 0, {1, 30, 1}, {1, 0, 1}, 4, 0, 0, "single bits at both ends"},
-        {{0xC0}, 0, {1, 1, 6}, {1, 1, 0}, 1, 0, 0, "one bit at a time"},
     };
     // clang-format on
     for (const Case& c : cases) {
@@ -193,31 +191,6 @@ TEST(DataReader, ComponentsWithoutFunction) {
         EXPECT_EQ(clr.m_comps[2], c.c2);
         EXPECT_EQ(clr.m_comps[3], 0xDEADu) << "components behind the space's untouched";
     }
-}
-
-// No alignment between the point and the colour, nor between colour fields:
-// 4-bit coordinates and components make 20-bit vertices.
-TEST(DataReader, VerticesRunBitUponBit) {
-    Reader rd({0x12, 0x34, 0x56, 0x78, 0x9A}, 4, 4, &kRgb, {0, 15 * kOne, 0, 15 * kOne});
-    _KXPOINTF pt;
-    PDF_COLOR clr = {};
-    _KXRGBA rgba = {};
-    rd.r.read_pt(pt);
-    rd.r.read_clr(clr, rgba);
-    EXPECT_EQ(pt.x.m_raw, 1 * kOne);
-    EXPECT_EQ(pt.y.m_raw, 2 * kOne);
-    EXPECT_EQ(clr.m_comps[0], 0x30u);
-    EXPECT_EQ(rgba.r, 0x30);
-    EXPECT_EQ(rgba.g, 0x40);
-    EXPECT_EQ(rgba.b, 0x50);
-    EXPECT_EQ(rd.bytes.cur.m_bit, 4u);
-    rd.r.read_pt(pt);
-    rd.r.read_clr(clr);
-    EXPECT_EQ(pt.x.m_raw, 6 * kOne);
-    EXPECT_EQ(pt.y.m_raw, 7 * kOne);
-    EXPECT_EQ(clr.m_comps[0], 0x80u);
-    EXPECT_EQ(clr.m_comps[2], 0xA0u);
-    EXPECT_EQ(rd.bytes.cur.m_left, 0u);
 }
 
 TEST(DataReader, OneFunction) {
