@@ -210,18 +210,11 @@ TEST(CoonsLoad, BadDictionariesLoadNothing) {
         {"/ShadingType 6 /ColorSpace /DeviceRGB /BitsPerCoordinate -1 /BitsPerComponent 8 "
          "/Decode [0 1 0 1 0 1 0 1 0 1]",
          "negative coordinate width"},
-        {"/ShadingType 6 /ColorSpace /DeviceRGB /BitsPerCoordinate 33 /BitsPerComponent 8 "
-         "/Decode [0 1 0 1 0 1 0 1 0 1]",
-         "coordinate wider than 32 bits"},
         {kKeys + " /BitsPerComponent 4000000000", "absurd component width"},
-        {kKeys + " /BitsPerFlag -8", "negative flag width"},
         {"/ShadingType 6 /BitsPerCoordinate 8 /BitsPerComponent 8 /Decode [0 1 0 1]",
          "no colour space"},
         {"/ShadingType 6 /ColorSpace /DeviceRGB /BitsPerCoordinate 8 /BitsPerComponent 8",
          "no Decode"},
-        {"/ShadingType 6 /ColorSpace /DeviceRGB /BitsPerCoordinate 8 /BitsPerComponent 8 "
-         "/Decode [0 1 0]",
-         "Decode of three entries"},
         {kKeys + " /Function 5", "a Function that is none"},
     };
     for (const Case& c : cases) {
@@ -238,73 +231,6 @@ TEST(CoonsLoad, BadDictionariesLoadNothing) {
         Canvas32 canvas(4, 4);
         EXPECT_EQ(s->render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, canvas.bmp), 0);
     }
-}
-
-// Colour pairs of Decode: as many as the colour space has components, from
-// the array's length, and never more than the eight the fields hold.
-TEST(CoonsLoad, DecodeColourPairs) {
-    const std::string nine =
-        "[/DeviceN [/None /None /None /None /None /None /None /None /None] /DeviceGray 1]";
-    std::string decode = "[0 1 0 1";
-    for (int k = 0; k < 9; ++k)
-        decode += " " + std::to_string(k + 1) + " " + std::to_string(20 + k);
-    decode += "]";
-    MeshDoc doc;
-    ShadingPtr holder;
-    auto* s = doc.load<CPDFShadingCoons>(
-        holder,
-        "/ShadingType 6 /BitsPerCoordinate 8 /BitsPerComponent 8 /BitsPerFlag 8 /ColorSpace " +
-            nine + " /Decode " + decode,
-        "");
-    ASSERT_NE(s, nullptr);
-    for (int k = 0; k < 8; ++k) {
-        EXPECT_EQ(s->m_decode_min[k].m_raw, raw(k + 1)) << k;
-        EXPECT_EQ(s->m_decode_max[k].m_raw, raw(20 + k)) << k;
-    }
-    // With a Function, Decode holds one pair, whatever the space has.
-    ShadingPtr holder2;
-    auto* f = doc.load<CPDFShadingCoons>(
-        holder2,
-        "/ShadingType 6 /BitsPerCoordinate 8 /BitsPerComponent 8 /ColorSpace /DeviceRGB "
-        "/Function <</FunctionType 2 /Domain [0 1] /N 1>> /Decode [0 1 0 1 0.25 0.75]",
-        "");
-    ASSERT_NE(f, nullptr);
-    EXPECT_EQ(f->m_decode_min[0].m_raw, raw(0.25));
-    EXPECT_EQ(f->m_decode_max[0].m_raw, raw(0.75));
-    EXPECT_EQ(f->m_decode_min[1].m_raw, 0);
-}
-
-// A stream of no bytes loads no patches, and the shading paints as empty.
-TEST(CoonsLoad, EmptyStream) {
-    MeshDoc doc;
-    ShadingPtr holder;
-    auto* s = doc.load<CPDFShadingCoons>(holder, kKeys + " /BitsPerFlag 8", "");
-    ASSERT_NE(s, nullptr);
-    EXPECT_EQ(s->m_group_count, 0);
-    Mask mask(4, 4);
-    Canvas32 canvas(4, 4, 0, 0x33);
-    EXPECT_EQ(s->render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, canvas.bmp), 0);
-    EXPECT_EQ(word(canvas.colour(3, 3)), 0u);
-}
-
-// One function: the colour field is its parametric value over 0 to 1.
-TEST(CoonsLoad, ColoursThroughFunction) {
-    Bits b;
-    b.put(0, 8);
-    for (int k = 0; k < 12; ++k) b.put(static_cast<uint32_t>(k), 8).put(0, 8);
-    for (const uint32_t t : {0u, 255u, 0u, 255u}) b.put(t, 8);
-    MeshDoc doc;
-    ShadingPtr holder;
-    auto* s = doc.load<CPDFShadingCoons>(
-        holder,
-        "/ShadingType 6 /ColorSpace /DeviceRGB /BitsPerCoordinate 8 /BitsPerComponent 8 "
-        "/BitsPerFlag 8 /Decode [0 255 0 255 0 1] "
-        "/Function <</FunctionType 2 /Domain [0 1] /C0 [0 0 1] /C1 [1 0 0] /N 1>>",
-        b.bytes);
-    ASSERT_NE(s, nullptr);
-    ASSERT_EQ(s->m_group_count, 1);
-    EXPECT_EQ(word(s->m_groups[0].m_rgba[0]), word(rgba(0, 0, 255)));
-    EXPECT_EQ(word(s->m_groups[0].m_rgba[1]), word(rgba(255, 0, 0)));
 }
 
 // Every allocation of the factory, load, render and delete may fail: the

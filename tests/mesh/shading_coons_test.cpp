@@ -178,32 +178,6 @@ TEST(CoonsRender, FlatPatchFillsItsBox) {
     EXPECT_TRUE(gray.guards_intact());
 }
 
-// The gray form paints the gray of what the colour form paints, pixel by
-// pixel, on a curved patch with four corner colours.
-TEST(CoonsRender, GrayTwinOfColour) {
-    Group g = coons_box(1, 1, 40, 30, kQuad);
-    g.m_pts[4] = pt(20, 38);
-    g.m_pts[8] = pt(50, 12);
-    g.m_pts[1] = pt(-6, 9);
-    CPDFShadingCoons s(nullptr);
-    set_groups(s, std::vector<Group>{g});
-    Mask mask(48, 40, 200);
-    Canvas32 colour(48, 40);
-    CanvasGray gray(48, 40);
-    s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, colour.bmp);
-    s.render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, gray.bmp);
-    int painted = 0;
-    for (int32_t y = 0; y < 40; ++y) {
-        for (int32_t x = 0; x < 48; ++x) {
-            const _KXRGBA c = colour.colour(x, y);
-            EXPECT_EQ(gray.px(x, y)[0], (c.r * 306 + c.g * 601 + c.b * 117) >> 10) << x << "," << y;
-            EXPECT_EQ(gray.px(x, y)[1], c.a) << x << "," << y;
-            painted += c.a != 0;
-        }
-    }
-    EXPECT_GT(painted, 900);
-}
-
 // Device coordinates become 1/128 pixel by truncation: a right edge one raw
 // unit short of 65/128 lies at 64/128, and the centre of pixel 0 on it is
 // outside (right edges are exclusive); at 65/128 the pixel is painted. Row 0
@@ -235,20 +209,6 @@ TEST(CoonsRender, OriginIsAWholePixelShift) {
     s.render_to_bmp(scale(1, 1, -10, -5), {0, 0}, mask.bmp, moved.bmp);
     EXPECT_EQ(shifted.bytes, moved.bytes);
     EXPECT_GE(shifted.colour(5, 5).a, 252);
-}
-
-// Patches are painted in store order: where two overlap, the later one shows.
-TEST(CoonsRender, LaterPatchCoversEarlier) {
-    constexpr _KXRGBA kBlue[4] = {
-        {255, 0, 0, 255}, {255, 0, 0, 255}, {255, 0, 0, 255}, {255, 0, 0, 255}};
-    CPDFShadingCoons s(nullptr);
-    set_groups(
-        s, std::vector<Group>{coons_box(0, 0, 20, 20, kSolid), coons_box(10, 0, 30, 20, kBlue)});
-    Mask mask(32, 20);
-    Canvas32 c(32, 20);
-    s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, c.bmp);
-    EXPECT_TRUE(near_below(c.colour(5, 10), kRedMasked));
-    EXPECT_TRUE(near_below(c.colour(15, 10), {255, 0, 0, 254}));
 }
 
 // Without patches the whole destination, padding included, is cleared and the

@@ -96,19 +96,6 @@ TEST(TensorSurface, CornersAndCentre) {
             ASSERT_EQ(y.m_raw, raw(2)) << iu << "," << iv;
         }
     }
-    // An evenly spaced net is the plane: x follows iu and y follows iv, each
-    // term truncated on its own, so a few raw units below i / 16.
-    const Group plane = tensor_box(0, 0, 1, 1, kSolid);
-    for (int iu = 0; iu <= 16; ++iu) {
-        for (int iv = 0; iv <= 16; ++iv) {
-            KXFIX x, y;
-            s.get_xy(&plane, iu, iv, x, y);
-            EXPECT_LE(x.m_raw, raw(iu / 16.0));
-            EXPECT_GE(x.m_raw, raw(iu / 16.0) - 24);
-            EXPECT_LE(y.m_raw, raw(iv / 16.0));
-            EXPECT_GE(y.m_raw, raw(iv / 16.0) - 24);
-        }
-    }
 }
 
 // Grid colours: the corners exactly, then two truncating steps through an
@@ -217,19 +204,6 @@ TEST(TensorRender, CollapsedCornersPaintNothing) {
     EXPECT_EQ(s.render_to_bmp(scale(50, 50), {0, 0}, mask.bmp, canvas.bmp), 1);
     for (int32_t y = 0; y < 12; ++y)
         for (int32_t x = 0; x < 12; ++x) ASSERT_EQ(word(canvas.colour(x, y)), 0x20404040u);
-}
-
-// Without patches the destination is cleared and the result is 0.
-TEST(TensorRender, EmptyShadingClears) {
-    CPDFShadingTensor s(nullptr);
-    Mask mask(2, 2);
-    Canvas32 c(3, 2, 0, 0x77);
-    EXPECT_EQ(s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, c.bmp), 0);
-    for (size_t i = 0; i < 24; ++i) ASSERT_EQ(c.bytes[i], 0) << i;
-    CanvasGray g(3, 3, 1, 0x77);  // 21 bytes, not rounded up to 22
-    EXPECT_EQ(s.render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, g.bmp), 0);
-    for (size_t i = 0; i < 21; ++i) ASSERT_EQ(g.bytes[i], 0) << i;
-    EXPECT_EQ(g.bytes[21], CanvasGray::kGuard);
 }
 
 // Control points anywhere in the fixed-point range, under matrices that scale
