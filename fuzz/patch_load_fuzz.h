@@ -8,10 +8,10 @@
 // the slack of the rows must survive only a picture that was painted; the
 // guards around the bitmap must always survive.
 //
-// A patch can cost up to 65536 cells when painted, so the body is kept short
-// and only small meshes are painted: up to kMaxPainted patches through the
-// ordinary matrices, a single patch also through the one that scales by a
-// million. Larger meshes are loaded and deleted without painting.
+// A patch can cost up to 65536 cells when painted, so a mesh is painted
+// through a matrix only when all its patches come to at most kMaxCells cells
+// there (tensor patches count 256 each): about one huge patch, or a few dozen
+// ordinary ones. Larger meshes are loaded and deleted all the same.
 #pragma once
 
 #include <cstdint>
@@ -33,7 +33,7 @@ constexpr size_t kMaxEntries = 4096;
 constexpr size_t kMaxBody = 512;
 constexpr int32_t kMaxObjects = 16;
 constexpr int32_t kShadingObject = 100;
-constexpr int32_t kMaxPainted = 4;
+constexpr int64_t kMaxCells = 1 << 16;
 
 using meshfuzz::kGuard;
 using meshfuzz::kGuardByte;
@@ -65,10 +65,19 @@ inline void paint(const CPDFShading& s, const _KXMATRIX& m, const _KXPOINT& orig
     }
 }
 
-inline int32_t patches(const CPDFShading* s) {
-    if (const auto* c = dynamic_cast<const CPDFShadingCoons*>(s)) return c->m_group_count;
-    if (const auto* t = dynamic_cast<const CPDFShadingTensor*>(s)) return t->m_group_count;
-    return 0;
+// Cells the render through m cuts the mesh into.
+inline int64_t cells(const CPDFShading* s, const _KXMATRIX& m) {
+    int64_t n = 0;
+    if (const auto* c = dynamic_cast<const CPDFShadingCoons*>(s)) {
+        constexpr int64_t kMax = CPDFShadingCoons::kMaxSteps;
+        for (int32_t i = 0; i < c->m_group_count; ++i) {
+            const int64_t u = c->m_groups[i].get_ut(m), v = c->m_groups[i].get_vt(m);
+            if (u > 0 && v > 0) n += (u < kMax ? u : kMax) * (v < kMax ? v : kMax);
+        }
+    } else if (const auto* t = dynamic_cast<const CPDFShadingTensor*>(s)) {
+        n = int64_t{t->m_group_count} * 256;
+    }
+    return n;
 }
 
 inline int run(const uint8_t* data, size_t size, int type) {
@@ -102,7 +111,6 @@ inline int run(const uint8_t* data, size_t size, int type) {
     CPDFShading* s = CPDFShading::parser_shading(&xref, &ref.obj);
     if (!s) return 0;  // entries that unbalance the dictionary may hide the type
     s->load();
-    const int32_t count = patches(s);
     // clang-format off
     const _KXMATRIX matrices[] = {
         {fix(0, kKxHalf), KXFIX{0}, KXFIX{0}, fix(0, -kKxHalf), fix(4), fix(20)},
@@ -113,11 +121,10 @@ inline int run(const uint8_t* data, size_t size, int type) {
     const _KXMATRIX huge = {fix(1 << 20), KXFIX{0}, KXFIX{0}, fix(-(1 << 20)), fix(-(1 << 24)),
                             fix(1 << 24)};
     // clang-format on
-    if (count <= kMaxPainted) {
-        for (const _KXMATRIX& m : matrices) paint(*s, m, _KXPOINT{-3, 2});
-        paint(*s, matrices[0], _KXPOINT{1 << 30, -(1 << 30)});
-    }
-    if (count <= 1) paint(*s, huge, _KXPOINT{-3, 2});
+    for (const _KXMATRIX& m : matrices)
+        if (cells(s, m) <= kMaxCells) paint(*s, m, _KXPOINT{-3, 2});
+    if (cells(s, matrices[0]) <= kMaxCells) paint(*s, matrices[0], _KXPOINT{1 << 30, -(1 << 30)});
+    if (cells(s, huge) <= kMaxCells) paint(*s, huge, _KXPOINT{-3, 2});
     delete s;
     return 0;
 }
