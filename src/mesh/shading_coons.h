@@ -34,10 +34,10 @@ public:
         // Points of the curve array for ut by vt cells (both at least 1).
         static int32_t curve_points(int ut, int vt) { return 2 * (ut + 1) + 2 * (vt + 1); }
         // The four boundary curves sampled in device space for ut by vt cells
-        // (both at least 1): ut + 1 points of the u curve at v = 1, ut + 1 of
+        // (both 1 to kMaxSteps): ut + 1 points of the u curve at v = 1, ut + 1 of
         // the u curve at v = 0, vt + 1 of the v curve at u = 0, vt + 1 of the
-        // v curve at u = 1. From KXAlloc, freed by the caller; null when the
-        // allocation fails.
+        // v curve at u = 1. From KXAlloc, freed by the caller; null for counts
+        // out of range and when the allocation fails.
         _KXPOINTF* get_points_all(int ut, int vt, const _KXMATRIX& matrix) const;
         // The same into curve_points(ut, vt) points of caller storage.
         void fill_points_all(int ut, int vt, const _KXMATRIX& matrix, _KXPOINTF* curves) const;

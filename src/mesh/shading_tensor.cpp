@@ -4,11 +4,12 @@
 // one before it (flag 1 to 3) copies that one's side and the colours of both
 // shared corners, but not their colour words: those stay as the cleared store
 // left them, 0, and so do the first two corners of such a patch on the page.
-// Rendering paints each patch in one of two
-// ways chosen by the device box of its four corners: below 6 device units of
-// width plus height as one quadrilateral between the corners, otherwise as a
-// fixed 16 by 16 grid of cells. Every cell is a closed four-sided path with a
-// colour at each corner through the colour scan converter.
+//
+// Rendering paints each patch in one of two ways chosen by the device box of
+// its four corners: below 6 device units of width plus height as one
+// quadrilateral between the corners, otherwise as a fixed 16 by 16 grid of
+// cells. Every cell is a closed four-sided path with a colour at each corner
+// through the colour scan converter.
 //
 // The grid is fixed so that the surface can be evaluated from the static
 // table of cubic Bernstein weights at t = i / 16: a grid point is sixteen
