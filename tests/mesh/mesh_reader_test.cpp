@@ -67,40 +67,6 @@ TEST(BitCursor, WorkedFields) {
     }
 }
 
-// Random fields against a reader that takes one bit at a time. Where a
-// field's bytes hold more than 32 bits, the rule keeps only the low 24 + last
-// bits of it (last: bits used of its final byte); elsewhere the field whole.
-TEST(BitCursor, RandomFieldsAgainstBitByBit) {
-    const uint32_t seed = std::random_device{}();
-    SCOPED_TRACE(::testing::Message() << "seed " << seed);
-    std::mt19937 rng(seed);
-    std::vector<unsigned char> data(4096);
-    for (auto& d : data) d = static_cast<unsigned char>(rng());
-    Bytes b(data);
-    uint64_t pos = 0;  // bit position of the reference
-    for (int i = 0; i < 4000; ++i) {
-        const uint32_t width = rng() % 33;
-        const uint64_t avail = uint64_t{data.size()} * 8 - pos;
-        const uint32_t got = b.cur.read_bits(width);
-        if (width > avail) {
-            ASSERT_EQ(got, kBitsPastEnd);
-            break;
-        }
-        uint64_t field = 0;
-        for (uint32_t k = 0; k < width; ++k, ++pos)
-            field = (field << 1) | ((data[pos >> 3] >> (7 - (pos & 7))) & 1);
-        const uint32_t bit0 = static_cast<uint32_t>((pos - width) & 7);
-        const uint32_t touched = (bit0 + width + 7) / 8;
-        if (touched * 8 > 32) {
-            const uint32_t last = (bit0 + width) - (touched - 1) * 8;
-            field &= (uint64_t{1} << (24 + last)) - 1;
-        }
-        ASSERT_EQ(got, field) << "field " << i << " width " << width << " at bit " << pos - width;
-        ASSERT_EQ(b.offset(), pos >> 3);
-        ASSERT_EQ(b.cur.m_bit, pos & 7);
-    }
-}
-
 // A reader over DeviceRGB (or cs) with the given widths and Decode.
 struct Reader {
     Bytes bytes;

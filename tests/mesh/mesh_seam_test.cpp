@@ -69,49 +69,6 @@ void expect_tiles(const CPDFShading& s, const _KXMATRIX& m,
     EXPECT_GT(inside, 2000);
 }
 
-TEST(MeshSeams, FreeFormFanCoversItsPolygon) {
-    const uint32_t seed = std::random_device{}();
-    SCOPED_TRACE(::testing::Message() << "seed " << seed);
-    std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> jitter(-0.2, 0.2), radius(0.6, 1.0);
-    // Shading space 0..100 on 16-bit coordinates; the centre and a ring of
-    // points around it, in angle order, so the fan is star-shaped.
-    const int kRing = 13;
-    const double cx = 45, cy = 40;
-    std::vector<std::pair<uint32_t, uint32_t>> raw;
-    const auto to_raw = [](double v) { return static_cast<uint32_t>(v / 100 * 65535); };
-    raw.push_back({to_raw(cx), to_raw(cy)});
-    for (int k = 0; k < kRing; ++k) {
-        const double a = (k + jitter(rng)) * 2 * 3.141592653589793 / kRing;
-        const double r = 38 * radius(rng);
-        raw.push_back({to_raw(cx + r * std::cos(a)), to_raw(cy + r * std::sin(a))});
-    }
-    BitWriter w;
-    const auto vertex = [&](uint32_t flag, int k) {
-        w.put(flag, 8).put(raw[k].first, 16).put(raw[k].second, 16);
-        w.put(rng() & 255, 8).put(rng() & 255, 8).put(rng() & 255, 8);
-    };
-    vertex(0, 0);
-    vertex(0, 1);
-    vertex(0, 2);
-    for (int k = 3; k <= kRing; ++k) vertex(2, k);
-    vertex(2, 1);  // closes the fan
-
-    Doc doc;
-    ShadingPtr h;
-    auto* s = load_mesh<CPDFShadingFreeForm>(
-        doc, h,
-        "/ShadingType 4 /ColorSpace /DeviceRGB /BitsPerFlag 8 /BitsPerCoordinate 16 "
-        "/BitsPerComponent 8 /Decode [0 100 0 100 0 1 0 1 0 1]",
-        w.str());
-    ASSERT_NE(s, nullptr);
-    ASSERT_EQ(s->m_triangle_count, kRing);
-    const _KXMATRIX m = rotated();
-    std::vector<scantest::Corner> outline;
-    for (int k = 0; k < kRing; ++k) outline.push_back(device(m, s->m_triangles[k].m_v[1]));
-    expect_tiles(*s, m, outline);
-}
-
 TEST(MeshSeams, WarpedLatticeCoversItsRectangle) {
     const uint32_t seed = std::random_device{}();
     SCOPED_TRACE(::testing::Message() << "seed " << seed);

@@ -146,32 +146,6 @@ TEST(PathCRenderSeam, GridTriangulationsPaintEveryPixelOnce) {
     }
 }
 
-TEST(PathCRenderSeam, FansAroundAPointPaintEveryPixelOnce) {
-    const uint32_t seed = 99173;
-    std::printf("seed %u\n", seed);
-    std::mt19937 rng(seed);
-    const double pi = 3.14159265358979323846;
-    for (int trial = 0; trial < 200; ++trial) {
-        SCOPED_TRACE(trial);
-        Counter counter(36, 36, 0, 0);
-        // The centre sometimes exactly on a pixel centre, where all spokes meet.
-        const int64_t cx = 18 * 128 + (trial % 4 == 0 ? 64 : rng() % 128);
-        const int64_t cy = 18 * 128 + (trial % 4 == 0 ? 64 : rng() % 128);
-        const int n = 3 + static_cast<int>(rng() % 14);
-        std::vector<Corner> rim;
-        for (int k = 0; k < n; ++k) {
-            // Gaps between spokes stay below a half turn.
-            const double a = 2 * pi * (k + 0.45 * ((rng() % 1000) / 1000.0)) / n;
-            const double r = 300 + rng() % 1800;
-            rim.push_back(at(cx + static_cast<int64_t>(std::lround(r * std::cos(a))),
-                             cy + static_cast<int64_t>(std::lround(r * std::sin(a))), kInk));
-        }
-        const Corner centre = at(cx, cy, kInk);
-        for (int k = 0; k < n; ++k) counter.add(shuffled(rng, centre, rim[k], rim[(k + 1) % n]));
-        ASSERT_EQ(check_cover(counter, rim, 4), 0);
-    }
-}
-
 // Corners drawn from a range class: near the bitmap, far out, or anywhere in
 // 32 bits.
 int64_t coordinate(std::mt19937& rng, int range_class, int64_t extent) {

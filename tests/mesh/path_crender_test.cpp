@@ -161,53 +161,6 @@ TEST(PathCRenderWalk, ColourChannelsAreCutAndSplitEachAlone) {
     EXPECT_EQ(cut[0].y0, 0);
 }
 
-TEST(PathCRenderWalk, BothDirectionsOfAnEdgeGiveTheSameBoundaries) {
-    // The seam rule needs an edge shared by two polygons, walked once each
-    // way, to give the same points at every row boundary.
-    uint32_t seed = 12345;
-    auto next = [&seed](int32_t range) {
-        seed = seed * 1664525u + 1013904223u;
-        return static_cast<int32_t>((seed >> 8) % static_cast<uint32_t>(range)) - range / 2;
-    };
-    std::printf("seed 12345\n");
-    for (int n = 0; n < 500; ++n) {
-        const int32_t x0 = next(1 << 20), y0 = next(4000) + 1500, x1 = next(1 << 20);
-        const int32_t y1 = next(4000) + 1500, v0 = next(512) + 256, v1 = next(512) + 256;
-        auto down = walk_value(20, x0, y0, v0, x1, y1, v1);
-        auto up = walk_value(20, x1, y1, v1, x0, y0, v0);
-        // Only edges that stay inside the rows: a cut at the top or bottom is
-        // rounded from the end that is kept.
-        if (y0 < 0 || y1 < 0 || y0 > 20 * 128 - 1 || y1 > 20 * 128 - 1) continue;
-        ASSERT_EQ(down.size(), up.size());
-        for (size_t i = 0; i < down.size(); ++i) {
-            const Piece& a = down[i];
-            const Piece& b = up[up.size() - 1 - i];
-            SCOPED_TRACE(testing::Message() << a << " against " << b);
-            EXPECT_EQ(a.x0, b.x1);
-            EXPECT_EQ(a.x1, b.x0);
-            EXPECT_EQ(a.v0, b.v1);
-            EXPECT_EQ(a.v1, b.v0);
-        }
-    }
-}
-
-TEST(PathCRenderWalk, LineToMovesTheCurrentPointEvenWhenNothingIsStored) {
-    CKXPathCRender2 p;
-    p.begin(0, 0, 0);
-    p.begin(128, -256, 4);
-    p.m_start_x = p.m_cur_x = 10;
-    p.m_start_y = p.m_cur_y = -20;
-    p.m_start_value = p.m_cur_value = 1;
-    p.line_to(900, -20 - 256, 77);  // horizontal after the origin comes off
-    EXPECT_EQ(p.m_cur_x, 900 - 128);
-    EXPECT_EQ(p.m_cur_y, -20);
-    EXPECT_EQ(p.m_cur_value, 77);
-    p.line_to(900, -100000, 5);  // wholly above the bitmap
-    EXPECT_EQ(p.m_cur_y, -100000 + 256);
-    EXPECT_GT(p.m_dirty_first, p.m_dirty_last);
-    for (int32_t r = 0; r < p.m_rows; ++r) EXPECT_EQ(p.m_scans[r].m_count, 0u);
-}
-
 // ---------------------------------------------------------------------------
 // Crossings recorded by hline.
 
@@ -275,29 +228,6 @@ int64_t painted(CKXBmp32& b) {
 
 void clear(CKXBmp& b) { std::memset(b.m_data, 0, static_cast<size_t>(b.m_stride) * b.m_height); }
 
-TEST(PathCRenderBegin, ReusedConverterAllocatesNothing) {
-    AllocGuard guard;
-    CKXPathCRender p;
-    CKXBmp32 dst(64, 48), small(20, 10);
-    scantest::paint(p, triangle(0, 0, 64 * 128, {9, 9, 9, 255}), 0, 0, dst);
-    const int64_t first = painted(dst);
-    ASSERT_GT(first, 1000);
-    // From here no allocation succeeds: polygons on no more rows and with no
-    // more crossings a row must still paint, in full.
-    kx_alloc_fail_after(0);
-    for (int i = 0; i < 50; ++i) {
-        clear(dst);
-        scantest::paint(p, triangle(i * 13, i * 7, 40 * 128, {1, 2, 3, 255}), 0, 0, dst);
-        ASSERT_GT(painted(dst), 300) << i;
-    }
-    clear(dst);
-    scantest::paint(p, triangle(0, 0, 64 * 128, {9, 9, 9, 255}), 0, 0, dst);
-    EXPECT_EQ(painted(dst), first);
-    // A smaller bitmap needs no new table either.
-    scantest::paint(p, triangle(0, 0, 30 * 128, {9, 9, 9, 255}), 0, 0, small);
-    EXPECT_GT(painted(small), 50);
-}
-
 TEST(PathCRenderBegin, FailedFirstAllocationPaintsNothing) {
     AllocGuard guard;
     CKXBmp32 dst(16, 16);
@@ -322,23 +252,6 @@ TEST(PathCRenderBegin, FailedFirstAllocationPaintsNothing) {
     kx_alloc_fail_after(-1);
     scantest::paint(p, triangle(-500, -500, 4000, {5, 5, 5, 255}), 0, 0, dst);
     EXPECT_GT(painted(dst), 50);
-}
-
-TEST(PathCRenderBegin, FailedGrowthReleasesEverythingAndRecovers) {
-    AllocGuard guard;
-    CKXPathCRender p;
-    CKXBmp32 small(20, 10), big(20, 40);
-    scantest::paint(p, triangle(0, 0, 2000, {5, 5, 5, 255}), 0, 0, small);
-    ASSERT_NE(p.m_scans, nullptr);
-    kx_alloc_fail_after(0);
-    scantest::paint(p, triangle(0, 0, 4000, {5, 5, 5, 255}), 0, 0, big);
-    EXPECT_EQ(p.m_scans, nullptr);
-    EXPECT_EQ(p.m_rows, 0);
-    EXPECT_EQ(p.m_rows_cap, 0u);
-    EXPECT_EQ(painted(big), 0);
-    kx_alloc_fail_after(-1);
-    scantest::paint(p, triangle(0, 0, 4000, {5, 5, 5, 255}), 0, 0, big);
-    EXPECT_GT(painted(big), 100);
 }
 
 TEST(PathCRenderBegin, RowWhoseStoreCannotGrowIsLeftOutAlone) {
@@ -475,75 +388,6 @@ TEST(PathCRenderPaint, PolygonLargerThanTheBitmapFillsIt) {
     }
 }
 
-TEST(PathCRenderPaint, DegeneratePolygonsPaintNothing) {
-    const _KXRGBA c{1, 2, 3, 255};
-    const std::vector<std::vector<Corner>> shapes = {
-        {at(640, 640, c)},                                     // a single point
-        {at(640, 640, c), at(640, 640, c), at(640, 640, c)},   // three times the same
-        {at(100, 64, c), at(2000, 64, c)},                     // on a centre line
-        {at(100, 300, c), at(2000, 300, c), at(700, 300, c)},  // horizontal only
-        {at(0, 0, c), at(1000, 1000, c), at(2000, 2000, c)},   // collinear
-        {at(64, 0, c), at(64, 2000, c)},                       // there and back
-    };
-    for (size_t i = 0; i < shapes.size(); ++i) {
-        SCOPED_TRACE(i);
-        CKXBmp32 dst(20, 20);
-        CKXPathCRender p;
-        scantest::paint(p, shapes[i], 0, 0, dst);
-        EXPECT_EQ(painted(dst), 0);
-    }
-}
-
-// A rectangle whose vertical edges lie exactly on pixel centres 2 and 12, so
-// that a span starts on a centre and the right crossing's pixel is outside.
-// Its height of 1024 lines and x and channel values that are multiples of 8
-// make every split division at a row boundary exact.
-std::vector<Corner> band(_KXRGBA left, _KXRGBA right) {
-    const int64_t x0 = 2 * 128 + 64, x1 = 12 * 128 + 64, y0 = 0, y1 = 8 * 128;
-    return {at(x0, y0, left), at(x1, y0, right), at(x1, y1, right), at(x0, y1, left)};
-}
-
-TEST(PathCRenderPaint, SpanRunsFromTheLeftValueMonotonicallyTowardTheRight) {
-    struct Case {
-        const char* why;
-        _KXRGBA left, right;
-    };
-    const Case cases[] = {
-        {"rising", {0, 0, 0, 248}, {248, 248, 248, 248}},
-        {"falling", {248, 200, 96, 248}, {0, 0, 0, 0}},
-        {"channels apart", {0, 248, 16, 0}, {248, 0, 16, 248}},
-        {"flat", {8, 16, 24, 32}, {8, 16, 24, 32}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.why);
-        CKXBmp32 dst(16, 10);
-        std::memset(dst.m_data, 0xEE, static_cast<size_t>(dst.m_stride) * dst.m_height);
-        CKXPathCRender p;
-        scantest::paint(p, band(c.left, c.right), 0, 0, dst);
-        const uint8_t* l = &c.left.b;
-        const uint8_t* r = &c.right.b;
-        for (int32_t y = 0; y < 8; ++y) {
-            SCOPED_TRACE(y);
-            EXPECT_EQ(std::memcmp(scantest::pixel(dst, 4, 2, y), &c.left, 4), 0);
-            EXPECT_EQ(scantest::pixel(dst, 4, 1, y)[0], 0xEE);
-            EXPECT_EQ(scantest::pixel(dst, 4, 12, y)[0], 0xEE);
-            for (int k = 0; k < 4; ++k) {
-                const int dir = r[k] > l[k] ? 1 : r[k] < l[k] ? -1 : 0;
-                int prev = l[k];
-                for (int32_t x = 2; x < 12; ++x) {
-                    const int v = scantest::pixel(dst, 4, x, y)[k];
-                    EXPECT_GE((v - prev) * dir, 0) << "channel " << k << " at " << x;
-                    EXPECT_GE((r[k] - v) * dir, 0) << "channel " << k << " at " << x;
-                    prev = v;
-                }
-                // Pixel 11 sits 9/10 of the way: within 1 of the exact value.
-                const int exact11 = l[k] + (r[k] - l[k]) * 9 / 10;
-                EXPECT_NEAR(scantest::pixel(dst, 4, 11, y)[k], exact11, 1) << "channel " << k;
-            }
-        }
-    }
-}
-
 TEST(PathCRenderPaint, GrayAndRampFormsMatchTheColourForm) {
     // Random quadrilaterals, some crossing themselves, painted by all four
     // entry points: the gray form is the colour form through the gray weights,
@@ -627,21 +471,6 @@ TEST(PathCRenderPaint, RampIndexIsHeldToTheTable) {
         EXPECT_NEAR(scantest::pixel(dst, 4, 15, 1)[0], c.last, 1);
         EXPECT_EQ(painted(dst), 16 * 4);
     }
-}
-
-TEST(PathCRenderPaint, NullTargetsAreIgnored) {
-    CKXPathCRender p;
-    CKXPathCRender2 p2;
-    CKXBmp32 dst(8, 8);
-    scantest::outline(p, triangle(0, 0, 1000, {1, 1, 1, 255}), 0, 0, 8);
-    p.render_smooth(nullptr);
-    p.render_smoothg(nullptr);
-    CKXBmp32 empty(nullptr, 8, 8, 32);
-    p.render_smooth(&empty);
-    scantest::outline(p2, triangle(0, 0, 1000, {}), 0, 0, 8);
-    p2.render_smooth(&dst, nullptr);
-    p2.render_smoothg(nullptr, nullptr);
-    EXPECT_EQ(painted(dst), 0);
 }
 
 TEST(KxScan, DeviceCoordinatesToScanUnits) {

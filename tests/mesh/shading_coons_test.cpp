@@ -57,20 +57,6 @@ TEST(CoonsSteps, BoxThresholds) {
     }
 }
 
-// Each direction takes the larger of its two curves, and a curve counts by
-// the box of its control points, not of its samples.
-TEST(CoonsSteps, LargerCurveDecides) {
-    Group g = coons_box(0, 0, 1, 1, kSolid);
-    const _KXMATRIX m = scale(16, 16);
-    EXPECT_EQ(g.get_ut(m), 1);  // boxes 16 by 0
-    EXPECT_EQ(g.get_vt(m), 2);
-    g.m_pts[4].y = fx(3);  // the u curve at v = 1 bulges: box 16 by 32
-    EXPECT_EQ(g.get_ut(m), 3);
-    EXPECT_EQ(g.get_vt(m), 2);
-    g.m_pts[8].x = fx(-1);  // the v curve at u = 1: box 32 by 16
-    EXPECT_EQ(g.get_vt(m), 6);
-}
-
 // The curves are sampled as one de Casteljau step divided by N, then the
 // quadratic form divided by N squared; the plain cubic would give 10 and 20
 // on the straight line, and -262 and 262 on the wave.
@@ -194,21 +180,6 @@ TEST(CoonsRender, CoordinatesTruncateTo128th) {
         s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, c.bmp);
         EXPECT_EQ(c.colour(0, 0).a != 0, right == edge);
     }
-}
-
-// The origin shifts the picture by whole pixels: the same as moving the
-// patch through the matrix, byte for byte.
-TEST(CoonsRender, OriginIsAWholePixelShift) {
-    Group g = coons_box(12, 7, 29.3, 19.6, kQuad);
-    g.m_pts[5] = pt(25, 24);
-    CPDFShadingCoons s(nullptr);
-    set_groups(s, std::vector<Group>{g});
-    Mask mask(24, 20);
-    Canvas32 shifted(24, 20), moved(24, 20);
-    s.render_to_bmp(_KXMATRIX::identity(), {10, 5}, mask.bmp, shifted.bmp);
-    s.render_to_bmp(scale(1, 1, -10, -5), {0, 0}, mask.bmp, moved.bmp);
-    EXPECT_EQ(shifted.bytes, moved.bytes);
-    EXPECT_GE(shifted.colour(5, 5).a, 252);
 }
 
 // Without patches the whole destination, padding included, is cleared and the

@@ -344,28 +344,5 @@ TEST(FreeFormRender, GrayMasksTheMaskAndPaintsOpaque) {
     EXPECT_EQ(*mask.px(11, 11, 1), (200 * 200) >> 8);
 }
 
-// The origin moves the bitmaps over device space, in whole pixels. (Both
-// windows hold the whole shape: an edge cut at a bitmap's top is
-// re-interpolated from the cut, which may differ in the last bit.)
-TEST(FreeFormRender, OriginShiftsTheWindow) {
-    Doc doc;
-    ShadingPtr h;
-    auto* s = load_mesh<CPDFShadingFreeForm>(doc, h, kSquareEntries, kTwoColourSquare);
-    ASSERT_NE(s, nullptr);
-    _KXMATRIX m = _KXMATRIX::identity();
-    m.a = m.d = KXFIX::from_int(3);
-    Canvas<CKXBmpGray> whole(30, 30, 60, 0);
-    Canvas<CKXBmpGray> part(40, 40, 80, 0);
-    Canvas<CKXBmp8> mask(30, 30, 30, 255);
-    Canvas<CKXBmp8> pmask(40, 40, 40, 255);
-    s->render_to_bmpg(m, {0, 0}, mask.bmp, whole.bmp);
-    s->render_to_bmpg(m, {-5, -7}, pmask.bmp, part.bmp);
-    for (int y = 0; y < 30; ++y)
-        for (int x = 0; x < 30; ++x)
-            ASSERT_EQ(std::memcmp(part.px(x + 5, y + 7, 2), whole.px(x, y, 2), 2), 0)
-                << x << "," << y;
-    EXPECT_NE(whole.px(10, 10, 2)[1], 0);
-}
-
 }  // namespace
 }  // namespace shadepaint

@@ -155,57 +155,6 @@ TEST(TensorRender, SixUnitThreshold) {
     }
 }
 
-// A flat patch covers exactly the pixels whose centres lie in its box, as one
-// path when small and as the grid when large, colour and gray alike.
-TEST(TensorRender, FlatPatchFillsItsBox) {
-    CPDFShadingTensor::init();
-    struct Case {
-        double x0, y0, x1, y1;
-    };
-    for (const Case& c : {Case{2, 3, 4.5, 6}, Case{2, 3, 30, 21}}) {
-        SCOPED_TRACE(c.x1);
-        CPDFShadingTensor s(nullptr);
-        set_groups(s, std::vector<Group>{tensor_box(c.x0, c.y0, c.x1, c.y1, kSolid)});
-        Mask mask(32, 24);
-        Canvas32 colour(32, 24);
-        CanvasGray gray(32, 24);
-        ASSERT_EQ(s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, colour.bmp), 1);
-        ASSERT_EQ(s.render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, gray.bmp), 1);
-        for (int32_t y = 0; y < 24; ++y) {
-            for (int32_t x = 0; x < 32; ++x) {
-                SCOPED_TRACE(::testing::Message() << x << "," << y);
-                const bool inside =
-                    x + 0.5 >= c.x0 && x + 0.5 < c.x1 && y + 0.5 >= c.y0 && y + 0.5 < c.y1;
-                if (inside) {
-                    EXPECT_TRUE(near_below(colour.colour(x, y), kRedMasked));
-                    EXPECT_TRUE(
-                        near_below({gray.px(x, y)[0], 0, 0, gray.px(x, y)[1]}, {76, 0, 0, 254}));
-                } else {
-                    EXPECT_EQ(word(colour.colour(x, y)), 0u);
-                    EXPECT_EQ(gray.px(x, y)[1], 0);
-                }
-            }
-        }
-        EXPECT_TRUE(colour.guards_intact());
-        EXPECT_TRUE(gray.guards_intact());
-    }
-}
-
-// Corners that coincide while the other control points reach far out: size
-// 0, one path of no area, nothing painted; the mask is still applied.
-TEST(TensorRender, CollapsedCornersPaintNothing) {
-    CPDFShadingTensor::init();
-    Group g = tensor_box(5, 5, 5, 5, kSolid);
-    for (const int k : {1, 2, 4, 7, 8, 11, 13, 14}) g.m_pts[k] = pt(-1e6, 1e6);
-    CPDFShadingTensor s(nullptr);
-    set_groups(s, std::vector<Group>{g});
-    Mask mask(12, 12, 128);
-    Canvas32 canvas(12, 12, 3, 0x40);
-    EXPECT_EQ(s.render_to_bmp(scale(50, 50), {0, 0}, mask.bmp, canvas.bmp), 1);
-    for (int32_t y = 0; y < 12; ++y)
-        for (int32_t x = 0; x < 12; ++x) ASSERT_EQ(word(canvas.colour(x, y)), 0x20404040u);
-}
-
 // Control points anywhere in the fixed-point range, under matrices that scale
 // by billions: nothing is written outside the bitmap.
 TEST(TensorRender, ExtremeCoordinatesStayInside) {
