@@ -273,27 +273,6 @@ TEST(MeshBadInput, PaintingStaysInsideTheBitmap) {
     }
 }
 
-// Bitmaps without rows, without storage, or smaller than the mask.
-TEST(MeshBadInput, DegenerateBitmaps) {
-    for (int type : {4, 5}) {
-        SCOPED_TRACE(type);
-        Doc doc;
-        ShadingPtr s = load(doc, type, {}, good_body(type));
-        uint8_t byte = 0x77;
-        CKXBmp32 none(nullptr, 64, 64, 256);
-        CKXBmp32 flat(&byte, 1, 0, 4);
-        CKXBmpGray gnone(nullptr, 64, 64, 128);
-        Canvas<CKXBmp8> mask(64, 64, 64, 255);
-        EXPECT_EQ(s->render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, none), 1);
-        EXPECT_EQ(s->render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, flat), 1);
-        EXPECT_EQ(s->render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, gnone), 1);
-        EXPECT_EQ(byte, 0x77);
-        Canvas<CKXBmp32> small(3, 2, 12, 0);
-        EXPECT_EQ(s->render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, small.bmp), 1);
-        EXPECT_EQ(small.bytes.back(), 0);
-    }
-}
-
 // Every allocation from the factory to the deletion, failing in turn: no
 // leak, no crash, and a store that is whole or empty.
 TEST(MeshBadInput, AllocationFailures) {

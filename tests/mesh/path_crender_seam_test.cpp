@@ -146,46 +146,6 @@ TEST(PathCRenderSeam, GridTriangulationsPaintEveryPixelOnce) {
     }
 }
 
-// Corners drawn from a range class: near the bitmap, far out, or anywhere in
-// 32 bits.
-int64_t coordinate(std::mt19937& rng, int range_class, int64_t extent) {
-    switch (range_class) {
-        case 0:
-            return static_cast<int64_t>(rng() % static_cast<uint32_t>(extent + 2000)) - 1000;
-        case 1:
-            return static_cast<int64_t>(rng() % (1u << 22)) - (1 << 21);
-        default:
-            return static_cast<int64_t>(static_cast<int32_t>(rng()));
-    }
-}
-
-TEST(PathCRenderSeam, AnyPolygonPaintsWhatTheExactInsideTestSays) {
-    // Triangles to pentagons, convex or not, crossing themselves or not, cut
-    // on any side or none: the nonzero rule on pixel centres, up to the
-    // rounding of the cuts and crossings near an edge.
-    const uint32_t seed = 5150;
-    std::printf("seed %u\n", seed);
-    std::mt19937 rng(seed);
-    for (int trial = 0; trial < 600; ++trial) {
-        SCOPED_TRACE(trial);
-        const int32_t w = 1 + static_cast<int32_t>(rng() % 40);
-        const int32_t h = 1 + static_cast<int32_t>(rng() % 30);
-        const int range_class = trial % 3;
-        // An origin keeps every corner clear of the 32-bit wrap.
-        const int32_t ox = range_class == 2 ? 0 : static_cast<int32_t>(rng() % 9) - 4;
-        const int32_t oy = range_class == 2 ? 0 : static_cast<int32_t>(rng() % 9) - 4;
-        const int n = 3 + static_cast<int>(rng() % 3);
-        std::vector<Corner> poly;
-        for (int k = 0; k < n; ++k) {
-            poly.push_back(at(ox * 128 + coordinate(rng, range_class, w * 128),
-                              oy * 128 + coordinate(rng, range_class, h * 128), kInk));
-        }
-        Counter counter(w, h, ox, oy);
-        counter.add(poly);
-        ASSERT_EQ(check_cover(counter, poly, 6), 0);
-    }
-}
-
 TEST(PathCRenderSeam, ManyCrossingsInARowGrowTheRowStore) {
     // A comb of 200 teeth puts 400 crossings into each row it spans, more
     // than one step of the row store.
