@@ -57,6 +57,18 @@ TEST(CoonsSteps, BoxThresholds) {
     }
 }
 
+// Each direction takes the larger of its two curves, and a curve counts by
+// the box of its control points, not of its samples.
+TEST(CoonsSteps, LargerCurveDecides) {
+    Group g = coons_box(0, 0, 1, 1, kSolid);
+    const _KXMATRIX m = scale(16, 16);
+    g.m_pts[4].y = fx(3);  // the u curve at v = 1 bulges: box 16 by 32
+    EXPECT_EQ(g.get_ut(m), 3);
+    EXPECT_EQ(g.get_vt(m), 2);
+    g.m_pts[8].x = fx(-1);  // the v curve at u = 1: box 32 by 16
+    EXPECT_EQ(g.get_vt(m), 6);
+}
+
 // The curves are sampled as one de Casteljau step divided by N, then the
 // quadratic form divided by N squared; the plain cubic would give 10 and 20
 // on the straight line, and -262 and 262 on the wave.
