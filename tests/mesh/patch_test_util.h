@@ -85,8 +85,9 @@ inline CPDFShadingCoons::_group coons_box(double x0, double y0, double x1, doubl
 
 // A tensor patch over the box with its net at the thirds: entry 4r + c at
 // u = r / 3 along x, v = c / 3 along y.
-inline CPDFShadingTensor::_group tensor_box_raw(int64_t x0, int64_t y0, int64_t x1, int64_t y1,
-                                                const _KXRGBA (&c)[4]) {
+inline CPDFShadingTensor::_group tensor_box(double dx0, double dy0, double dx1, double dy1,
+                                            const _KXRGBA (&c)[4]) {
+    const int64_t x0 = raw(dx0), y0 = raw(dy0), x1 = raw(dx1), y1 = raw(dy1);
     CPDFShadingTensor::_group g;
     std::memset(&g, 0, sizeof(g));
     for (int r = 0; r < 4; ++r)
@@ -95,10 +96,6 @@ inline CPDFShadingTensor::_group tensor_box_raw(int64_t x0, int64_t y0, int64_t 
                 pt_raw(r == 3 ? x1 : x0 + (x1 - x0) * r / 3, k == 3 ? y1 : y0 + (y1 - y0) * k / 3);
     for (int k = 0; k < 4; ++k) g.m_rgba[k] = c[k];
     return g;
-}
-inline CPDFShadingTensor::_group tensor_box(double x0, double y0, double x1, double y1,
-                                            const _KXRGBA (&c)[4]) {
-    return tensor_box_raw(raw(x0), raw(y0), raw(x1), raw(y1), c);
 }
 
 // Puts records into a shading's store as load would leave them.

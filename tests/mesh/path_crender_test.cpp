@@ -358,36 +358,6 @@ TEST(PathCRenderPaint, NothingIsWrittenOutsideTheBitmap) {
     }
 }
 
-TEST(PathCRenderPaint, PolygonLargerThanTheBitmapFillsIt) {
-    // Low ends kept clear of the origin's 32-bit wrap.
-    const int64_t lo = INT32_MIN + 1024, hi = INT32_MAX;
-    const _KXRGBA c{10, 20, 30, 255};
-    const std::vector<std::vector<Corner>> shapes = {
-        {at(-5000, -5000, c), at(90000, -4000, c), at(80000, 70000, c), at(-3000, 60000, c)},
-        {at(lo, lo, c), at(hi, lo, c), at(0, hi, c)},
-        {at(lo, lo, c), at(hi, lo, c), at(hi, hi, c), at(lo, hi, c)},
-    };
-    for (size_t i = 0; i < shapes.size(); ++i) {
-        SCOPED_TRACE(i);
-        CKXBmp32 dst(33, 21);
-        CKXPathCRender p;
-        scantest::paint(p, shapes[i], 3, 4, dst);
-        // Every pixel, in the corners' colour: the split division at row
-        // boundaries may leave a channel one below a constant value, never
-        // more, and never above.
-        for (int32_t y = 0; y < dst.m_height; ++y) {
-            for (int32_t x = 0; x < dst.m_width; ++x) {
-                const uint8_t* px = scantest::pixel(dst, 4, x, y);
-                const uint8_t* want = &c.b;
-                for (int k = 0; k < 4; ++k) {
-                    ASSERT_LE(px[k], want[k]) << x << "," << y << " channel " << k;
-                    ASSERT_GE(px[k] + 1, want[k]) << x << "," << y << " channel " << k;
-                }
-            }
-        }
-    }
-}
-
 TEST(PathCRenderPaint, GrayAndRampFormsMatchTheColourForm) {
     // Random quadrilaterals, some crossing themselves, painted by all four
     // entry points: the gray form is the colour form through the gray weights,
