@@ -20,7 +20,6 @@ using Group = CPDFShadingTensor::_group;
 
 constexpr _KXRGBA kRed = {0, 0, 255, 255};
 constexpr _KXRGBA kSolid[4] = {kRed, kRed, kRed, kRed};
-constexpr _KXRGBA kRedMasked = {0, 0, 255, 254};
 constexpr _KXRGBA kQuad[4] = {{0, 0, 255, 255}, {0, 255, 0, 255}, {255, 0, 0, 255}, {0, 0, 0, 255}};
 
 int64_t bval(int r, int i) {
