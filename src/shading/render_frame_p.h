@@ -26,6 +26,7 @@
 #include "numeric/kxgeom.h"
 #include "numeric/kxmatrix.h"
 #include "shading/bitmap.h"
+#include "shading/color_space_p.h"
 #include "shading/kx_thread.h"
 #include "shading/render_band.h"
 
@@ -58,11 +59,7 @@ inline uint8_t covered_alpha(uint32_t coverage, uint32_t alpha) {
     return static_cast<uint8_t>((coverage * alpha) >> 8);
 }
 
-// Gray of a colour word: the weights add up to 1024, so white stays 255 and
-// the sum fits in 32 bits; no rounding term.
-inline uint8_t gray_of_rgba(_KXRGBA c) {
-    return static_cast<uint8_t>((c.r * 306u + c.g * 601u + c.b * 117u) >> 10);
-}
+inline uint8_t gray_of_rgba(_KXRGBA c) { return gray_of(c.r, c.g, c.b); }
 
 struct store_bgra {
     static constexpr ptrdiff_t kBytes = 4;

@@ -119,30 +119,11 @@ struct axial_lookup {
     }
 };
 
-// The Domain and Extend tests as one interval. With t0 below t1, a position
-// below t0 shows the background unless the start is extended, one above t1
-// unless the end is. With t0 above t1 the start flag guards positions above
-// t0 and the end flag those below t1. With t0 equal to t1 both sets of tests
-// apply, so either side needs both flags.
 template <class Pos>
 axial_lookup<Pos> make_lookup(const CPDFShadingAxial& s) {
-    const int64_t t0 = s.m_t0.m_raw;
-    const int64_t t1 = s.m_t1.m_raw;
-    const bool start = s.m_extend_start != 0;
-    const bool end = s.m_extend_end != 0;
-    int64_t lo;
-    int64_t hi;
-    if (t0 < t1) {
-        lo = start ? INT64_MIN : t0;
-        hi = end ? INT64_MAX : t1;
-    } else if (t0 > t1) {
-        lo = end ? INT64_MIN : t1;
-        hi = start ? INT64_MAX : t0;
-    } else {
-        lo = start && end ? INT64_MIN : t0;
-        hi = start && end ? INT64_MAX : t0;
-    }
-    return {geom_of(s), lo, hi, s.m_bg_rgba, s.m_ramp};
+    const detail::ramp_window w =
+        detail::domain_window(s.m_t0, s.m_t1, s.m_extend_start, s.m_extend_end);
+    return {geom_of(s), w.lo, w.hi, s.m_bg_rgba, s.m_ramp};
 }
 
 // An axis parallel to a coordinate axis reads one coordinate. When that

@@ -60,4 +60,25 @@ inline KXFIX ramp_input(KXFIX t0, KXFIX t1, int32_t i) {
 void build_ramp(const CPDFCSBase* cs, CPDFFunction* const* funcs, int32_t count, KXFIX t0, KXFIX t1,
                 _KXRGBA* ramp, uint8_t* gray);
 
+// The Domain and Extend tests as one interval of positions painted from the
+// ramp; any other position shows the background. Positions are compared with
+// the raw Domain numbers, unmapped. With t0 below t1, a position below t0
+// needs the start flag and one above t1 the end flag. With t0 above t1 the
+// start flag guards positions above t0 and the end flag those below t1. With
+// t0 equal to t1 both sets of tests apply, so either side needs both flags.
+struct ramp_window {
+    int64_t lo;
+    int64_t hi;
+    bool holds(KXFIX t) const { return t.m_raw >= lo && t.m_raw <= hi; }
+};
+
+inline ramp_window domain_window(KXFIX t0, KXFIX t1, int32_t extend_start, int32_t extend_end) {
+    const bool start = extend_start != 0;
+    const bool end = extend_end != 0;
+    if (t0 < t1) return {start ? INT64_MIN : t0.m_raw, end ? INT64_MAX : t1.m_raw};
+    if (t0 > t1) return {end ? INT64_MIN : t1.m_raw, start ? INT64_MAX : t0.m_raw};
+    const bool both = start && end;
+    return {both ? INT64_MIN : t0.m_raw, both ? INT64_MAX : t0.m_raw};
+}
+
 }  // namespace shadepaint::detail
