@@ -3,17 +3,7 @@
 // so it is never banded and shows one thread's rate, while staying too large for
 // the inner caches. Each render is set beside a plain fill of the same bytes.
 // Renders report wall time, since the workers' time is not the caller's.
-#include <benchmark/benchmark.h>
-
-#include <cstring>
-#include <memory>
-#include <string>
-#include <type_traits>
-
-#include "engine/xref_table.h"
-#include "object/pdf_obj.h"
-#include "shading/bitmap.h"
-#include "shading/shading.h"
+#include "bench_util.h"
 
 namespace shadepaint {
 namespace {
@@ -42,88 +32,29 @@ constexpr char kStitched[] =
     " /Bounds [0.125 0.25 0.375 0.5 0.625 0.75 0.875]"
     " /Encode [0 1 0 1 0 1 0 1 0 1 0 1 0 1 0 1] >> >>";
 
-struct ShadingDeleter {
-    void operator()(CPDFShading* s) const { delete s; }
-};
-using ShadingPtr = std::unique_ptr<CPDFShading, ShadingDeleter>;
-
-ShadingPtr make_shading(CPDFXRefTable& xref, const char* text) {
-    ScopedObj obj;
-    if (!CPDFXRefTable::parse_object(text, std::strlen(text), obj.obj)) return nullptr;
-    ShadingPtr s(CPDFShading::parser_shading(&xref, &obj.obj));
-    if (s) s->load();
-    return s;
-}
-
-void set_rate(benchmark::State& state, int64_t pixels) {
-    state.counters["Mpix/s"] = benchmark::Counter(static_cast<double>(pixels) * 1e-6,
-                                                  benchmark::Counter::kIsIterationInvariantRate);
-}
-
-void fill_mask(CKXBmp8& mask) {
-    for (int32_t j = 0; j < mask.m_height; ++j)
-        std::memset(mask.m_data + static_cast<int64_t>(j) * mask.m_stride, 255,
-                    static_cast<size_t>(mask.m_width));
-}
-
-template <class Bitmap>
-void fill_bench(benchmark::State& state) {
-    const int32_t w = static_cast<int32_t>(state.range(0)),
-                  h = static_cast<int32_t>(state.range(1));
-    Bitmap dst(w, h);
-    if (!dst.m_data) return state.SkipWithError("out of memory");
-    const size_t bytes = static_cast<size_t>(dst.m_stride) * static_cast<size_t>(h);
-    uint8_t value = 0;
-    for (auto _ : state) {
-        std::memset(dst.m_data, ++value, bytes);
-        benchmark::ClobberMemory();
-    }
-    set_rate(state, int64_t{w} * h);
-}
-
-template <class Bitmap>
-void axial_bench(benchmark::State& state, const char* text) {
-    const int32_t w = static_cast<int32_t>(state.range(0)),
-                  h = static_cast<int32_t>(state.range(1));
-    CPDFXRefTable xref;
-    ShadingPtr shading = make_shading(xref, text);
-    if (!shading) return state.SkipWithError("shading did not parse");
-    CKXBmp8 mask(w, h);
-    Bitmap dst(w, h);
-    if (!mask.m_data || !dst.m_data) return state.SkipWithError("out of memory");
-    fill_mask(mask);
-    const _KXMATRIX matrix = _KXMATRIX::identity();
-    const _KXPOINT origin = {0, 0};
-    for (auto _ : state) {
-        int32_t status;
-        if constexpr (std::is_same_v<Bitmap, CKXBmpGray>) {
-            status = shading->render_to_bmpg(matrix, origin, mask, dst);
-        } else {
-            status = shading->render_to_bmp(matrix, origin, mask, dst);
-        }
-        benchmark::DoNotOptimize(status);
-        benchmark::ClobberMemory();
-    }
-    set_rate(state, int64_t{w} * h);
-}
-
 void BM_AxialLoadStitched8(benchmark::State& state) {
     CPDFXRefTable xref;
     ScopedObj obj;
     if (!CPDFXRefTable::parse_object(kStitched, std::strlen(kStitched), obj.obj))
         return state.SkipWithError("shading did not parse");
     for (auto _ : state) {
-        ShadingPtr s(CPDFShading::parser_shading(&xref, &obj.obj));
+        bench::ShadingPtr s(CPDFShading::parser_shading(&xref, &obj.obj));
         if (s) s->load();
         benchmark::DoNotOptimize(s.get());
     }
 }
 
-void BM_Fill32(benchmark::State& state) { fill_bench<CKXBmp32>(state); }
-void BM_FillGray(benchmark::State& state) { fill_bench<CKXBmpGray>(state); }
-void BM_Axial32Diagonal(benchmark::State& state) { axial_bench<CKXBmp32>(state, kDiagonal); }
-void BM_Axial32Horizontal(benchmark::State& state) { axial_bench<CKXBmp32>(state, kHorizontal); }
-void BM_AxialGrayDiagonal(benchmark::State& state) { axial_bench<CKXBmpGray>(state, kDiagonal); }
+void BM_Fill32(benchmark::State& state) { bench::fill_bench<CKXBmp32>(state); }
+void BM_FillGray(benchmark::State& state) { bench::fill_bench<CKXBmpGray>(state); }
+void BM_Axial32Diagonal(benchmark::State& state) {
+    bench::render_bench<CKXBmp32>(state, kDiagonal);
+}
+void BM_Axial32Horizontal(benchmark::State& state) {
+    bench::render_bench<CKXBmp32>(state, kHorizontal);
+}
+void BM_AxialGrayDiagonal(benchmark::State& state) {
+    bench::render_bench<CKXBmpGray>(state, kDiagonal);
+}
 
 // clang-format off
 // 4096 x 4096 is banded; 100000 x 7 runs on the calling thread alone.
