@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "engine/ext_gstate.h"
@@ -21,187 +20,126 @@
 namespace shadepaint {
 namespace {
 
-struct PatternDeleter {
-    void operator()(CPDFPattern* p) const { delete p; }
-};
-using PatternPtr = std::unique_ptr<CPDFPattern, PatternDeleter>;
+using PatternPtr = std::unique_ptr<CPDFPattern>;
 
-constexpr int64_t kOne = kKxOne;
-
-// A document with the objects the cases below refer to: 3 is a red-to-blue
-// axial shading, 8 one that fails to load.
-class PatternDoc {
-public:
-    CPDFXRefTable xref;
-
-    PatternDoc() {
+// Objects the cases refer to: 1 a tiling pattern stream, 3 a red-to-blue axial
+// shading, 6 a matrix, 7 a graphics state, 8 a shading that fails to load.
+// The source object is gone before anything reads the pattern's own copy.
+class PatternTest : public testing::Test {
+protected:
+    PatternTest() {
+        // clang-format off
         const char* const objects[] = {
-            "<< /PatternType 1 /PaintType 1 /Length 0 >>\nstream\nendstream",
-            "7",
-            ("<< /ShadingType 2 /ColorSpace /DeviceRGB /Coords [0 0 10 0] /Extend [true true]"
-             " /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0 0] /C1 [0 0 1] /N 1 >> >>"),
-            "1",
-            "",
-            "[2 0 0 2 10 20]",
-            "<< /CA 0.5 /BM /Multiply >>",
+            "<< /PatternType 1 /PaintType 1 /Length 0 >>\nstream\nendstream", "7",
+            "<< /ShadingType 2 /ColorSpace /DeviceRGB /Coords [0 0 10 0] /Extend [true true]"
+            " /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0 0] /C1 [0 0 1] /N 1 >> >>",
+            "1", "null", "[2 0 0 2 10 20]", "<< /CA 0.5 /BM /Multiply >>",
             "<< /ShadingType 2 /ColorSpace /NoSuchSpace /Coords (x) /Function 9 >>"};
-        for (int32_t k = 0; k < 8; ++k)
-            if (*objects[k]) test::add_object(xref, k + 1, objects[k]);
+        // clang-format on
+        for (int32_t k = 0; k < 8; ++k) test::add_object(xref, k + 1, objects[k]);
     }
-    PatternPtr make(const std::string& text) {
-        test::TestObj o(text.c_str());
-        return PatternPtr(CPDFPattern::parser_pattern(&xref, o.get()));
+    PatternPtr make(const char* text) {
+        return PatternPtr(CPDFPattern::parser_pattern(&xref, test::TestObj(text).get()));
     }
-    // A loaded shading pattern, or null with a failure.
-    CPDFPatShading* load(PatternPtr& holder, const std::string& text) {
-        holder = make(text);
-        auto* p = dynamic_cast<CPDFPatShading*>(holder.get());
-        EXPECT_NE(p, nullptr) << text;
-        if (p) p->load();
-        return p;
-    }
+    CPDFXRefTable xref;
 };
 
-// The factory's choice by PatternType (a real rounds, halves up; anything
-// else is a shading pattern); no pattern from what is no dictionary. Each
-// result is deleted unloaded. The pattern keeps its own copy of the object.
-TEST(PatternFactory, TypeByPatternType) {
-    PatternDoc doc;
-    struct Case {
-        const char* text;
-        uint32_t type;  // 0: no pattern
-    };
-    // clang-format off
-    const Case cases[] = {
-        {"5", 0}, {"2 0 R", 0}, {"99 0 R", 0}, {"[<< /PatternType 1 >>]", 0},
-        {"<< >>", 2}, {"<< /PatternType 1 >>", 1}, {"1 0 R", 1}, {"<< /PatternType 4 0 R >>", 1},
-        {"<< /PatternType 1.4 >>", 1}, {"<< /PatternType 1.5 >>", 2}, {"<< /PatternType 0.6 >>", 1},
-        {"<< /PatternType 0 >>", 2}, {"<< /PatternType /Tiling >>", 2},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
-        PatternPtr p = doc.make(c.text);
-        ASSERT_EQ(p != nullptr, c.type != 0);
-        if (!p) continue;
-        EXPECT_EQ(p->m_type, c.type);
-        EXPECT_EQ(p->m_loaded, 0u);
-        EXPECT_EQ(dynamic_cast<CPDFPatTiling*>(p.get()) != nullptr, c.type == 1);
-    }
-    EXPECT_EQ(CPDFPattern::parser_pattern(&doc.xref, nullptr), nullptr);
-    PatternPtr p;
-    {
-        test::TestObj o("<< /PatternType 2 /Shading 3 0 R /Matrix [1 0 0 1 5 5] >>");
-        p.reset(CPDFPattern::parser_pattern(&doc.xref, o.get()));
-        ASSERT_NE(p, nullptr);
-        EXPECT_NE(p->m_obj.m_dict, o->m_dict);
-    }
-    p->load();  // from its copy, the source gone
-    EXPECT_NE(static_cast<CPDFPatShading*>(p.get())->m_shading, nullptr);
-    EXPECT_EQ(static_cast<CPDFPatShading*>(p.get())->m_matrix.e.m_raw, 5 * kOne);
-}
-
-// What load makes of Shading, Matrix and ExtGState. A shading whose own load
-// fails is kept (it paints what it can); one that can't be made leaves null.
-TEST(PatShadingLoad, Entries) {
-    PatternDoc doc;
-    struct Case {
-        const char* text;
-        uint32_t shading_type;  // 0: m_shading stays null
-        int64_t matrix_a;
-        int64_t stroke_alpha;  // -1: no state
-    };
-    // clang-format off
-    const Case cases[] = {
-        {"<< /Shading 3 0 R >>", 2, kOne, -1},
-        {"<< /Shading 42 /Matrix 6 0 R >>", 0, 2 * kOne, -1},
-        {"<< /Shading 99 0 R /Matrix [2 0 0] >>", 0, kOne, -1},
-        {"<< /Shading << /ShadingType 9 >> /ExtGState 7 0 R >>", 0, kOne, kOne / 2},
-        {"<< /Shading 8 0 R /ExtGState << /CA 0.25 >> >>", 2, kOne, kOne / 4},
-        {"<< /Shading << /ShadingType 1 >> /ExtGState 5 >>", 1, kOne, kOne},
-        {"<< /Matrix [2 0 0 2 10 20] >>", 0, 2 * kOne, -1},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
-        PatternPtr holder;
-        CPDFPatShading* p = doc.load(holder, c.text);
-        ASSERT_NE(p, nullptr);
-        EXPECT_EQ(p->m_matrix.a.m_raw, c.matrix_a);
-        ASSERT_EQ(p->m_extgstate != nullptr, c.stroke_alpha >= 0);
-        if (p->m_extgstate) {
-            EXPECT_EQ(p->m_extgstate->m_stroke_alpha.m_raw, c.stroke_alpha);
-        }
-        ASSERT_EQ(p->m_shading ? p->m_shading->m_type : 0u, c.shading_type);
-        if (!p->m_shading) continue;
-        EXPECT_EQ(p->m_shading->m_loaded, 1u);
-        std::vector<uint8_t> mask(16, 255), dst(64, 0);
-        CKXBmp8 m(mask.data(), 4, 4, 4);
-        CKXBmp32 d(dst.data(), 4, 4, 16);
-        EXPECT_EQ(p->m_shading->render_to_bmp(p->m_matrix, {0, 0}, m, d), 1);
-    }
-}
-
-// A second load makes nothing new; with m_borrowed set the pattern leaves
-// the shading to its owner.
-TEST(PatShadingLoad, SecondLoadAndBorrowedShading) {
-    PatternDoc doc;
-    PatternPtr holder;
-    CPDFPatShading* p = doc.load(holder, "<< /Shading 3 0 R /ExtGState 7 0 R >>");
-    ASSERT_NE(p, nullptr);
-    CPDFShading* shading = p->m_shading;
-    CPDFExtGState* state = p->m_extgstate;
-    ASSERT_NE(shading, nullptr);
-    p->load();
-    EXPECT_EQ(p->m_shading, shading);
-    EXPECT_EQ(p->m_extgstate, state);
-    p->m_borrowed = 1;
-    holder.reset();
-    std::vector<uint8_t> mask(4, 255), dst(16, 0);
-    CKXBmp8 m(mask.data(), 4, 1, 4);
-    CKXBmp32 d(dst.data(), 4, 1, 16);
-    EXPECT_EQ(shading->render_to_bmp(_KXMATRIX::identity(), {0, 0}, m, d), 1);
-    EXPECT_EQ(dst[2], 255);  // red at the axis start: still alive
-    delete shading;
-}
-
-// Every allocation of factory, load and delete failing in turn: no crash and
-// no leak, and once the failure comes late enough the pattern is the one a
-// load without failures makes.
-std::vector<uint8_t> make_and_load(CPDFXRefTable& xref, const CPDFObj* obj) {
-    std::vector<uint8_t> out;
-    PatternPtr holder(CPDFPattern::parser_pattern(&xref, obj));
-    if (!holder) return out;
-    holder->load();
-    auto* p = static_cast<CPDFPatShading*>(holder.get());
-    if (p->m_extgstate) out.push_back(static_cast<uint8_t>(p->m_extgstate->m_blend_mode));
-    if (!p->m_shading) return out;
-    std::vector<uint8_t> mask(12, 255);
-    out.resize(out.size() + 48);
+// A 4x3 full-coverage paint: the 48 bytes of the result, or none when refused.
+std::vector<uint8_t> paint(CPDFShading* s, const _KXMATRIX& matrix) {
+    std::vector<uint8_t> mask(12, 255), out(48, 0);
     CKXBmp8 m(mask.data(), 4, 3, 4);
-    CKXBmp32 d(out.data() + out.size() - 48, 4, 3, 16);
-    EXPECT_EQ(p->m_shading->render_to_bmp(p->m_matrix, {0, 0}, m, d), 1);
+    CKXBmp32 d(out.data(), 4, 3, 16);
+    if (s->render_to_bmp(matrix, {0, 0}, m, d) != 1) out.clear();
     return out;
 }
 
-TEST(PatShadingLoad, AllocationFailures) {
-    PatternDoc doc;
+// PatternType read as an integer, reals rounded with halves up: exactly 1 is
+// tiling, anything else (missing, 0, no number) shading. No dictionary, no
+// pattern. Each result is deleted unloaded, with its factory defaults.
+TEST_F(PatternTest, FactoryTypeByPatternType) {
+    // clang-format off
+    const struct { const char* text; uint32_t type; } cases[] = {  // type 0: no pattern
+        {"5", 0}, {"2 0 R", 0}, {"<< >>", 2}, {"<< /PatternType 1 >>", 1}, {"1 0 R", 1},
+        {"<< /PatternType 4 0 R >>", 1}, {"<< /PatternType 1.4 >>", 1},
+        {"<< /PatternType 1.5 >>", 2}, {"<< /PatternType /Tiling >>", 2},
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        PatternPtr p = make(c.text);
+        ASSERT_EQ(p ? p->m_type : 0u, c.type);
+        if (!p) continue;
+        EXPECT_TRUE(!p->m_loaded && p->m_bbox.left > p->m_bbox.right) << "unloaded, box inverted";
+        auto* t = dynamic_cast<CPDFPatTiling*>(p.get());
+        auto* s = dynamic_cast<CPDFPatShading*>(p.get());
+        EXPECT_TRUE(c.type == 1 ? t && t->m_paint_type == 1 && t->m_tiling_type == 1
+                                : s && !s->m_shading && !s->m_extgstate && !s->m_borrowed);
+    }
+    EXPECT_EQ(CPDFPattern::parser_pattern(&xref, nullptr), nullptr);
+}
+
+// A Shading that makes no shading leaves m_shading null while Matrix and
+// ExtGState are still read; one whose own load fails is kept and paints what
+// it can. Any ExtGState entry makes a state, defaults when it is no dictionary.
+// A second load makes nothing new, and a shading lent out with m_borrowed
+// outlives the pattern.
+TEST_F(PatternTest, ShadingPatternLoad) {
+    // clang-format off
+    const struct { const char* text; uint32_t type; int64_t matrix_a, stroke_alpha; } cases[] = {
+        {"<< /Shading 3 0 R /ExtGState 5 >>", 2, kKxOne, kKxOne},
+        {"<< /Shading 42 /Matrix 6 0 R >>", 0, 2 * kKxOne, -1},  // -1: no state
+        {"<< /Shading << /ShadingType 9 >> /ExtGState 7 0 R >>", 0, kKxOne, kKxOne / 2},
+        {"<< /Shading 8 0 R /ExtGState << /CA 0.25 >> >>", 2, kKxOne, kKxOne / 4},
+        {"<< /Matrix [2 0 0 2 10 20] >>", 0, 2 * kKxOne, -1},
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        PatternPtr holder = make(c.text);
+        auto* p = static_cast<CPDFPatShading*>(holder.get());
+        p->load();
+        const CPDFShading* first = p->m_shading;
+        p->load();
+        EXPECT_EQ(p->m_shading, first);
+        EXPECT_EQ(p->m_matrix.a.m_raw, c.matrix_a);
+        EXPECT_EQ(p->m_extgstate ? p->m_extgstate->m_stroke_alpha.m_raw : -1, c.stroke_alpha);
+        ASSERT_EQ(p->m_shading ? p->m_shading->m_type : 0u, c.type);
+        if (!p->m_shading) continue;
+        p->m_borrowed = 1;
+        std::unique_ptr<CPDFShading> lent(p->m_shading);
+        holder.reset();
+        EXPECT_EQ(paint(lent.get(), _KXMATRIX::identity()).size(), 48u);
+    }
+}
+
+// Factory, load and paint as bytes: the pixels, then the blend mode.
+std::vector<uint8_t> make_and_load(CPDFXRefTable& xref, const CPDFObj* obj) {
+    PatternPtr holder(CPDFPattern::parser_pattern(&xref, obj));
+    auto* p = static_cast<CPDFPatShading*>(holder.get());
+    if (p) p->load();
+    if (!p || !p->m_shading || !p->m_extgstate) return {};
+    std::vector<uint8_t> out = paint(p->m_shading, p->m_matrix);
+    out.push_back(static_cast<uint8_t>(p->m_extgstate->m_blend_mode));
+    return out;
+}
+
+// Every allocation failing in turn: no crash and no leak, and once the failure
+// comes late enough the pattern is the one a load without failures makes.
+TEST_F(PatternTest, ShadingPatternUnderAllocationFailure) {
     test::TestObj o(
         "<< /PatternType 2 /Shading 3 0 R /Matrix [1 0 0 1 2 0]"
         " /ExtGState << /ca 0.5 /BM [/Foo /Screen] >> >>");
-    const std::vector<uint8_t> reference = make_and_load(doc.xref, o.get());
+    const std::vector<uint8_t> reference = make_and_load(xref, o.get());
     ASSERT_EQ(reference.size(), 49u);
-    ASSERT_EQ(reference[0], kBlendScreen);
+    ASSERT_EQ(reference[48], kBlendScreen) << "BM: the first known name of the array";
     int32_t first_complete = -1;
     for (int32_t n = 0; n < 200; ++n) {
-        SCOPED_TRACE(n);
         test::AllocFailGuard guard(n);
-        const bool complete = make_and_load(doc.xref, o.get()) == reference;
+        const bool complete = make_and_load(xref, o.get()) == reference;
         if (complete && first_complete < 0) first_complete = n;
-        EXPECT_TRUE(complete || first_complete < 0);
+        EXPECT_TRUE(complete || first_complete < 0) << "failing allocation " << n;
     }
-    EXPECT_GE(first_complete, 1);
-    EXPECT_LT(first_complete, 100);
+    EXPECT_TRUE(first_complete >= 1 && first_complete < 100) << first_complete;
 }
 
 }  // namespace
