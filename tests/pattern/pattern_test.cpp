@@ -31,8 +31,8 @@ protected:
         // clang-format off
         const char* const objects[] = {
             "<< /PatternType 1 /PaintType 1 /Length 0 >>\nstream\nendstream", "7",
-            "<< /ShadingType 2 /ColorSpace /DeviceRGB /Coords [0 0 10 0] /Extend [true true]"
-            " /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0 0] /C1 [0 0 1] /N 1 >> >>",
+            ("<< /ShadingType 2 /ColorSpace /DeviceRGB /Coords [0 0 10 0] /Extend [true true]"
+             " /Function << /FunctionType 2 /Domain [0 1] /C0 [1 0 0] /C1 [0 0 1] /N 1 >> >>"),
             "1", "null", "[2 0 0 2 10 20]", "<< /CA 0.5 /BM /Multiply >>",
             "<< /ShadingType 2 /ColorSpace /NoSuchSpace /Coords (x) /Function 9 >>"};
         // clang-format on
