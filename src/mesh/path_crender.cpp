@@ -26,8 +26,11 @@ void CKXPathCRender::line_to(int x, int y, _KXRGBA c) {
     m_cur_x = detail::scan_sub(x, m_org_x);
     m_cur_y = detail::scan_sub(y, m_org_y);
     m_cur_rgba = c;
-    detail::scan_edge<detail::scan_rgba>(m_scans, m_rows, m_dirty_first, m_dirty_last, x0, y0, c0,
-                                         m_cur_x, m_cur_y, c);
+    if (m_cur_y == y0)
+        detail::scan_flat<detail::scan_rgba>(*this, x0, m_cur_x, y0, c0, c);
+    else
+        detail::scan_edge<detail::scan_rgba>(m_scans, m_rows, m_dirty_first, m_dirty_last, x0, y0,
+                                             c0, m_cur_x, m_cur_y, c);
 }
 
 void CKXPathCRender::render_smooth(CKXBmp32* dst) {

@@ -24,13 +24,18 @@ namespace shadepaint {
 class CKXBmp32;
 class CKXBmpGray;
 
-// One pixel row of the polygon: where its outline crosses the row's centre
-// line, in the order the edges arrived.
+// One pixel row of the polygon: a record per piece of the outline in the row,
+// in the order the edges arrived.
 struct KXPATH_CSCAN {
     struct _item {
-        int32_t m_x;     // crossing, 1/128 pixel, rounded up to the next whole unit
-        int32_t m_dir;   // +1 for an edge running down the bitmap, -1 up
-        _KXRGBA m_rgba;  // colour at the crossing
+        int32_t m_x;       // crossing of the centre line, 1/128 pixel, rounded up
+        int32_t m_dir;     // +1 for an edge running down the bitmap, -1 up, 0 for
+                           // a piece that misses the centre line
+        _KXRGBA m_rgba;    // colour at the crossing
+        int32_t m_left_x;  // the piece's ends ordered by x, with their colours
+        int32_t m_right_x;
+        _KXRGBA m_left_rgba;
+        _KXRGBA m_right_rgba;
     };
 
     _item* m_items;
@@ -62,6 +67,12 @@ public:
     // and painting visit only those (none when m_dirty_first > m_dirty_last).
     int32_t m_dirty_first;
     int32_t m_dirty_last;
+    // Horizontal edges inside a row since the last reset, as piece records
+    // whose m_x holds the row. They meet no centre line and add no crossing
+    // to the row, but the pixels along them are part of the outline.
+    KXPATH_CSCAN::_item* m_flats;
+    uint32_t m_flat_count;
+    uint32_t m_flat_cap;
 
     CKXPathCRender();
     ~CKXPathCRender();
@@ -75,9 +86,10 @@ public:
     void begin(int org_x, int org_y, int height);
     // One edge from the current point to (x, y), which still holds the origin.
     void line_to(int x, int y, _KXRGBA c);
-    // Paints the closed polygon: each pixel whose centre lies inside the outline
-    // (nonzero rule) takes the colour interpolated along its row between the
-    // crossings on either side of it, alpha included.
+    // Paints the closed polygon: every pixel that the outline passes through
+    // takes the colour of the outline there, and every pixel whose centre lies
+    // inside the outline (nonzero rule) the colour interpolated along its row
+    // between the crossings on either side of it, alpha included.
     void render_smooth(CKXBmp32* dst);
     // The same pixels as gray (r*306 + g*601 + b*117) >> 10 and alpha.
     void render_smoothg(CKXBmpGray* dst);

@@ -24,8 +24,11 @@ void CKXPathCRender2::line_to(int x, int y, int v) {
     m_cur_x = detail::scan_sub(x, m_org_x);
     m_cur_y = detail::scan_sub(y, m_org_y);
     m_cur_value = v;
-    detail::scan_edge<detail::scan_index>(m_scans, m_rows, m_dirty_first, m_dirty_last, x0, y0, v0,
-                                          m_cur_x, m_cur_y, v);
+    if (m_cur_y == y0)
+        detail::scan_flat<detail::scan_index>(*this, x0, m_cur_x, y0, v0, v);
+    else
+        detail::scan_edge<detail::scan_index>(m_scans, m_rows, m_dirty_first, m_dirty_last, x0, y0,
+                                              v0, m_cur_x, m_cur_y, v);
 }
 
 void CKXPathCRender2::render_smooth(CKXBmp32* dst, const _KXRGBA* ramp) {

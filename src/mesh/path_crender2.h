@@ -13,12 +13,16 @@ namespace shadepaint {
 class CKXBmp32;
 class CKXBmpGray;
 
-// One pixel row of the polygon: where its outline crosses the row's centre line.
+// One pixel row of the polygon: a record per piece of the outline in the row.
 struct KXPATH_CSCAN2 {
     struct _item {
-        int32_t m_x;      // crossing, 1/128 pixel, rounded up to the next whole unit
-        int32_t m_dir;    // +1 for an edge running down the bitmap, -1 up
-        int32_t m_value;  // value at the crossing
+        int32_t m_x;       // crossing of the centre line, 1/128 pixel, rounded up
+        int32_t m_dir;     // +1 down the bitmap, -1 up, 0 if the centre line is missed
+        int32_t m_value;   // value at the crossing
+        int32_t m_left_x;  // the piece's ends ordered by x, with their values
+        int32_t m_right_x;
+        int32_t m_left_value;
+        int32_t m_right_value;
     };
 
     _item* m_items;
@@ -46,6 +50,12 @@ public:
     // Rows that line_to handed pieces to since the last reset.
     int32_t m_dirty_first;
     int32_t m_dirty_last;
+    // Horizontal edges inside a row since the last reset, as piece records
+    // whose m_x holds the row. They meet no centre line and add no crossing
+    // to the row, but the pixels along them are part of the outline.
+    KXPATH_CSCAN2::_item* m_flats;
+    uint32_t m_flat_count;
+    uint32_t m_flat_cap;
 
     CKXPathCRender2();
     ~CKXPathCRender2();

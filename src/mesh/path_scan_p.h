@@ -11,25 +11,38 @@
 // intermediate can overflow, and where the values would have fitted in 32 bits
 // the results are the same.
 //
-// Recording (scan_hline) keeps from each piece only the point where it meets
-// its row's centre line, under a half-open rule: a piece from ya to yb
-// (ya < yb, whatever the direction of travel) meets the centre line yc when
-// ya <= yc < yb. The crossing's x is rounded up, so that "centre x >= crossing"
-// in integers means "centre at or right of the true crossing". Both depend
-// only on the piece, not on its direction, so two polygons that share an edge
-// record the same crossings for it. That holds for every edge the cuts at the
-// top and bottom leave alone. A cut edge is re-interpolated from its cut
-// point, and that point is rounded from the end that is kept, so the two
-// directions of one cut edge can disagree by a unit: a pixel centre within
-// 1/128 pixel of such a shared edge may then be painted twice or not at all.
+// Recording (scan_hline) keeps one record per piece: its two ends ordered by
+// x, and the point where it meets its row's centre line, if it does, under a
+// half-open rule: a piece from ya to yb (ya < yb, whatever the direction of
+// travel) meets the centre line yc when ya <= yc < yb. The crossing's x is
+// rounded up, so that "centre x >= crossing" in integers means "centre at or
+// right of the true crossing". Both depend only on the piece, not on its
+// direction, so two polygons that share an edge record the same crossings.
 //
-// Painting (scan_render) sorts each row's crossings by x and fills between
-// neighbours wherever the running sum of directions is not zero. A pixel is
-// inside when its centre lies at or right of the left crossing and left of the
-// right one, so a pixel on a shared edge belongs to exactly one side. Values
-// are interpolated along the span from the two crossings in 16 fraction bits,
-// with the start and step truncated toward the left value, so they stay within
-// the two crossing values and run monotonically between them.
+// Painting (scan_render) covers every pixel the polygon shares area with, not
+// only those whose centre it holds. Centre sampling alone leaves pinholes
+// wherever neighbouring polygons meet along outlines that differ by a
+// fraction of a pixel: a patch side cut into a different number of steps by
+// each of its two patches, or an edge cut at the top or bottom of the bitmap,
+// which is re-interpolated from the end that is kept and so differs by a unit
+// between its two directions. So each row is painted in two passes:
+// - the pixels each piece passes through (those it reaches more than 2/128
+//   pixel into, so that a side on a column boundary enters neither), each
+//   taking the piece's colour at the pixel's centre, held at its ends. A
+//   horizontal edge is no piece of any row and adds no crossing, but the
+//   converter keeps it aside (scan_flat) and paints the pixels along it in
+//   the same way, unless it lies on a row boundary;
+// - then, over them, the pixels whose centre lies inside the outline: the
+//   crossings are sorted by x, and between neighbours wherever the running
+//   sum of directions is not zero, a pixel is inside when its centre lies at
+//   or right of the left crossing and left of the right one.
+// A polygon thus grows by the pixels its outline enters, and neighbours
+// overlap by those pixels, the later one painting over the earlier. Pixels
+// wholly inside are painted as before, and a polygon whose outline runs along
+// pixel boundaries covers exactly the pixels within it. Values are
+// interpolated along a span in 16 fraction bits, with the start and step
+// truncated toward the left value, so they stay within the two end values and
+// run monotonically between them.
 #pragma once
 
 #include <algorithm>
@@ -64,6 +77,11 @@ constexpr int32_t kScanNoRow = INT32_MAX;
 // Fraction bits of the span interpolation: with channel deltas up to 255 and
 // crossings up to 2^33 apart, the products stay below 2^57.
 constexpr int kSpanFracBits = 16;
+// How far (in 1/128 pixel) a piece must reach into a column to paint it. The
+// walker's split division leaves a crossing up to 2 units off the exact line,
+// so without this every vertical side lying on a pixel boundary would spill
+// into the column beside it.
+constexpr int64_t kScanSlack = 2;
 
 // 32-bit difference kept to its low 32 bits, as the fields store it.
 inline int32_t scan_sub(int32_t a, int32_t b) {
@@ -94,11 +112,20 @@ struct scan_rgba {
                        static_cast<uint8_t>(v[2]), static_cast<uint8_t>(v[3])};
     }
     static void put_item(item_type& it, const int64_t* v) { it.m_rgba = pack(v); }
-    static void get_item(const item_type& it, int32_t* v) {
-        v[0] = it.m_rgba.b;
-        v[1] = it.m_rgba.g;
-        v[2] = it.m_rgba.r;
-        v[3] = it.m_rgba.a;
+    static void put_ends(item_type& it, _KXRGBA left, _KXRGBA right) {
+        it.m_left_rgba = left;
+        it.m_right_rgba = right;
+    }
+    static void get(_KXRGBA c, int32_t* v) {
+        v[0] = c.b;
+        v[1] = c.g;
+        v[2] = c.r;
+        v[3] = c.a;
+    }
+    static void get_item(const item_type& it, int32_t* v) { get(it.m_rgba, v); }
+    static void get_ends(const item_type& it, int32_t* left, int32_t* right) {
+        get(it.m_left_rgba, left);
+        get(it.m_right_rgba, right);
     }
 };
 
@@ -112,9 +139,16 @@ struct scan_index {
         return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(v[0])));
     }
     static void put_item(item_type& it, const int64_t* v) { it.m_value = pack(v); }
+    static void put_ends(item_type& it, int32_t left, int32_t right) {
+        it.m_left_value = left;
+        it.m_right_value = right;
+    }
     // Any integer may arrive; the ramp has 256 entries, so the ends are held.
-    static void get_item(const item_type& it, int32_t* v) {
-        v[0] = std::min(std::max(it.m_value, 0), 255);
+    static void get(int32_t c, int32_t* v) { v[0] = std::min(std::max(c, 0), 255); }
+    static void get_item(const item_type& it, int32_t* v) { get(it.m_value, v); }
+    static void get_ends(const item_type& it, int32_t* left, int32_t* right) {
+        get(it.m_left_value, left);
+        get(it.m_right_value, right);
     }
 };
 
@@ -171,6 +205,8 @@ void scan_init(Conv& c) {
     c.m_org_x = c.m_org_y = 0;
     c.m_dirty_first = kScanNoRow;
     c.m_dirty_last = -1;
+    c.m_flats = nullptr;
+    c.m_flat_count = c.m_flat_cap = 0;
 }
 
 // Frees every row's store and the table, and leaves an empty converter that
@@ -181,6 +217,9 @@ void scan_release(Conv& c) {
         for (uint32_t i = 0; i < c.m_rows_cap; ++i) KXFree(c.m_scans[i].m_items);
         KXFree(c.m_scans);
     }
+    KXFree(c.m_flats);
+    c.m_flats = nullptr;
+    c.m_flat_count = c.m_flat_cap = 0;
     c.m_scans = nullptr;
     c.m_rows = 0;
     c.m_rows_cap = 0;
@@ -202,6 +241,7 @@ void scan_reset(Conv& c) {
     }
     c.m_dirty_first = kScanNoRow;
     c.m_dirty_last = -1;
+    c.m_flat_count = 0;
     c.m_rows = 0;
     c.m_org_x = c.m_org_y = 0;
     c.m_start_x = c.m_start_y = c.m_cur_x = c.m_cur_y = kScanNoPoint;
@@ -253,11 +293,36 @@ bool scan_grow(Scan& s) {
     return true;
 }
 
+// A new record holding the piece's ends and no crossing; null (and the row
+// marked lost) if the row's store can't grow.
+template <class Value, class Scan>
+auto* scan_add_piece(Scan& s, int32_t x0, int32_t x1, typename Value::value_type c0,
+                     typename Value::value_type c1) {
+    decltype(s.m_items) it = nullptr;
+    if (s.m_count >= s.m_capacity && !scan_grow(s)) {
+        s.m_aux |= kScanRowLost;
+        return it;
+    }
+    it = &s.m_items[s.m_count++];
+    // Cleared whole: the record is compared bytewise when a row is sorted.
+    std::memset(static_cast<void*>(it), 0, sizeof(*it));
+    const bool rightward = x0 <= x1;
+    it->m_left_x = rightward ? x0 : x1;
+    it->m_right_x = rightward ? x1 : x0;
+    Value::put_ends(*it, rightward ? c0 : c1, rightward ? c1 : c0);
+    return it;
+}
+
 template <class Value, class Scan>
 void scan_hline(Scan& s, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
                 typename Value::value_type c0, typename Value::value_type c1) {
     constexpr int N = Value::kN;
+    // A piece of no height is a point on a row boundary: it enters no pixel.
     if (y0 == y1) return;
+    auto* piece = scan_add_piece<Value>(s, x0, x1, c0, c1);
+    if (!piece) return;
+    auto& it = *piece;
+
     // Order the ends by y so that both directions of an edge give one result.
     const bool down = y0 < y1;
     const int64_t xa = down ? x0 : x1, ya = down ? y0 : y1;
@@ -279,12 +344,6 @@ void scan_hline(Scan& s, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
         x = xa + scan_div_up((xb - xa) * t, d);
         for (int k = 0; k < N; ++k) v[k] = va[k] + ((vb[k] - va[k]) * t) / d;
     }
-
-    if (s.m_count >= s.m_capacity && !scan_grow(s)) {
-        s.m_aux |= kScanRowLost;
-        return;
-    }
-    auto& it = s.m_items[s.m_count++];
     it.m_x = static_cast<int32_t>(x);
     it.m_dir = down ? 1 : -1;
     Value::put_item(it, v);
@@ -397,50 +456,83 @@ void scan_edge(Scan* scans, int32_t rows, int32_t& first, int32_t& last, int32_t
                       static_cast<int>(Y1), Value::pack(va), Value::pack(V1));
 }
 
+// A horizontal edge at y (without origin) from x0 to x1. Inside a row it is
+// kept for painting; on a row boundary, or above or below the bitmap, it
+// enters no pixel. If the store can't grow the edge is left out, which can
+// only notch the outline.
+template <class Value, class Conv>
+void scan_flat(Conv& c, int32_t x0, int32_t x1, int32_t y, typename Value::value_type c0,
+               typename Value::value_type c1) {
+    using Item = std::remove_pointer_t<decltype(c.m_flats)>;
+    if (!c.m_scans || y <= 0 || int64_t{y} >= int64_t{c.m_rows} * kScanOne || (y & kScanFrac) == 0)
+        return;
+    if (c.m_flat_count >= c.m_flat_cap) {
+        const uint64_t want = uint64_t{c.m_flat_cap} + kScanGrow;
+        if (want > kScanMaxCrossings) return;
+        void* p = KXRealloc(c.m_flats, static_cast<size_t>(want) * sizeof(Item));
+        if (!p) return;
+        c.m_flats = static_cast<Item*>(p);
+        c.m_flat_cap = static_cast<uint32_t>(want);
+    }
+    Item& it = c.m_flats[c.m_flat_count++];
+    const bool rightward = x0 <= x1;
+    it.m_x = static_cast<int32_t>(scan_cell(y));
+    it.m_dir = 0;
+    it.m_left_x = rightward ? x0 : x1;
+    it.m_right_x = rightward ? x1 : x0;
+    Value::put_ends(it, rightward ? c0 : c1, rightward ? c1 : c0);
+}
+
 // ---------------------------------------------------------------------------
 // Painting.
+
+// Crossings first, by x, then the pieces that cross no centre line; ties are
+// broken by the whole record, so that the order, and with it which piece
+// paints a pixel that several pieces enter, does not depend on the order in
+// which the edges arrived or on an earlier painting of the same outline.
+template <class Item>
+bool scan_before(const Item& a, const Item& b) {
+    if ((a.m_dir == 0) != (b.m_dir == 0)) return b.m_dir == 0;
+    if (a.m_x != b.m_x) return a.m_x < b.m_x;
+    return std::memcmp(&a, &b, sizeof(Item)) < 0;
+}
 
 template <class Item>
 void scan_sort(Item* items, uint32_t n) {
     if (n > 16) {
-        std::sort(items, items + n, [](const Item& a, const Item& b) { return a.m_x < b.m_x; });
+        std::sort(items, items + n, scan_before<Item>);
         return;
     }
     for (uint32_t i = 1; i < n; ++i) {
         const Item it = items[i];
         uint32_t j = i;
-        for (; j > 0 && items[j - 1].m_x > it.m_x; --j) items[j] = items[j - 1];
+        for (; j > 0 && scan_before(it, items[j - 1]); --j) items[j] = items[j - 1];
         items[j] = it;
     }
 }
 
-// Pixels [first centre at or right of left.m_x, first centre at or right of
-// right.m_x), clipped to the row.
+// Pixels [i0, i1), clipped to the row, with values interpolated from vl at xl
+// to vr at xr (xl < xr) at their centres.
 template <class Value, class Store>
-void scan_span(uint8_t* row, int32_t width, const typename Value::item_type& left,
-               const typename Value::item_type& right, const typename Store::table_type* table) {
+void scan_fill(uint8_t* row, int32_t width, int64_t i0, int64_t i1, int64_t xl, const int32_t* vl,
+               int64_t xr, const int32_t* vr, const typename Store::table_type* table) {
     constexpr int N = Value::kN;
-    const int64_t xl = left.m_x, xr = right.m_x;
-    const int64_t i0 = std::max<int64_t>(scan_first_centre_at(xl), 0);
-    const int64_t i1 = std::min<int64_t>(scan_first_centre_at(xr), width);
-    if (i0 >= i1) return;
-    const int64_t dx = xr - xl;  // above 0, since the span holds a centre
-    const int64_t off = scan_centre(i0) - xl;
-    int32_t vl[N], vr[N], v[N];
-    Value::get_item(left, vl);
-    Value::get_item(right, vr);
+    const int64_t lo = std::max<int64_t>(i0, 0), hi = std::min<int64_t>(i1, width);
+    if (lo >= hi) return;
+    const int64_t dx = xr - xl;
+    const int64_t off = scan_centre(lo) - xl;
     // 32-bit accumulators: every value lies in 0..255 in 16 fraction bits. A
     // span of one pixel takes no step, which spares the large step of a
     // narrow span.
-    int32_t acc[N], step[N];
+    int32_t acc[N], step[N], v[N];
     for (int k = 0; k < N; ++k) {
         const int64_t dv = static_cast<int64_t>(vr[k] - vl[k]) * (int64_t{1} << kSpanFracBits);
         acc[k] =
             static_cast<int32_t>((static_cast<int64_t>(vl[k]) << kSpanFracBits) + dv * off / dx);
-        step[k] = i1 - i0 > 1 ? static_cast<int32_t>(dv * kScanOne / dx) : 0;
+        step[k] = hi - lo > 1 ? static_cast<int32_t>(dv * kScanOne / dx) : 0;
     }
-    uint8_t* px = row + i0 * Store::kBytes;
-    for (int64_t i = i0; i < i1; ++i, px += Store::kBytes) {
+    uint8_t* px = row + lo * Store::kBytes;
+    for (int64_t i = lo; i < hi; ++i, px += Store::kBytes) {
         for (int k = 0; k < N; ++k) {
             v[k] = acc[k] >> kSpanFracBits;
             acc[k] += step[k];
@@ -449,19 +541,69 @@ void scan_span(uint8_t* row, int32_t width, const typename Value::item_type& lef
     }
 }
 
+// The pixels whose centres lie in [left crossing, right crossing).
+template <class Value, class Store>
+void scan_span(uint8_t* row, int32_t width, const typename Value::item_type& left,
+               const typename Value::item_type& right, const typename Store::table_type* table) {
+    int32_t vl[Value::kN], vr[Value::kN];
+    Value::get_item(left, vl);
+    Value::get_item(right, vr);
+    scan_fill<Value, Store>(row, width, scan_first_centre_at(left.m_x),
+                            scan_first_centre_at(right.m_x), left.m_x, vl, right.m_x, vr, table);
+}
+
+// The pixels a piece passes through: columns it reaches more than
+// kScanSlack units into. Those with a centre inside the piece's x range take
+// the interpolated value, those beyond its ends the value of that end, and a
+// piece within one column that holds no centre the mean of its ends.
+template <class Value, class Store>
+void scan_piece(uint8_t* row, int32_t width, const typename Value::item_type& it,
+                const typename Store::table_type* table) {
+    constexpr int N = Value::kN;
+    const int64_t xl = it.m_left_x, xr = it.m_right_x;
+    const int64_t k0 = scan_cell(xl + kScanSlack), k1 = scan_cell(xr - kScanSlack - 1);
+    if (k0 > k1 || k1 < 0 || k0 >= width) return;
+    int32_t vl[N], vr[N];
+    Value::get_ends(it, vl, vr);
+    const int64_t c0 = scan_first_centre_at(xl), c1 = scan_first_centre_at(xr);
+    if (k0 == k1 && c0 >= c1) {
+        int32_t v[N];
+        for (int k = 0; k < N; ++k) v[k] = (vl[k] + vr[k]) >> 1;
+        Store::put(row + k0 * Store::kBytes, v, table);
+        return;
+    }
+    // At most one column on either side lies beyond the centres.
+    if (k0 < c0 && k0 >= 0) Store::put(row + k0 * Store::kBytes, vl, table);
+    if (c0 < c1) scan_fill<Value, Store>(row, width, c0, c1, xl, vl, xr, vr, table);
+    if (k1 >= c1 && k1 < width) Store::put(row + k1 * Store::kBytes, vr, table);
+}
+
 template <class Value, class Store, class Conv>
 void scan_render(Conv& c, CKXBmp* dst, const typename Store::table_type* table) {
+    using Item = std::remove_pointer_t<decltype(c.m_scans->m_items)>;
     if (!dst || !dst->m_data || !c.m_scans || dst->m_width < 1) return;
     const int64_t first = std::max(c.m_dirty_first, 0);
     const int64_t last = std::min<int64_t>({c.m_dirty_last, int64_t{c.m_rows} - 1,
                                             int64_t{dst->m_height} - 1, int64_t{c.m_rows_cap} - 1});
+    const int64_t rows = std::min<int64_t>(c.m_rows, dst->m_height);
+    for (uint32_t k = 0; k < c.m_flat_count; ++k) {
+        const Item& it = c.m_flats[k];
+        if (it.m_x < rows && !(c.m_scans[it.m_x].m_aux & kScanRowLost))
+            scan_piece<Value, Store>(dst->m_data + int64_t{it.m_x} * dst->m_stride, dst->m_width,
+                                     it, table);
+    }
     for (int64_t r = first; r <= last; ++r) {
         auto& s = c.m_scans[r];
-        if (s.m_count < 2 || (s.m_aux & kScanRowLost)) continue;
-        scan_sort(s.m_items, s.m_count);
+        if (s.m_count == 0 || (s.m_aux & kScanRowLost)) continue;
         uint8_t* row = dst->m_data + r * dst->m_stride;
+        scan_sort(s.m_items, s.m_count);
+        uint32_t n = 0;
+        for (uint32_t k = 0; k < s.m_count; ++k) {
+            scan_piece<Value, Store>(row, dst->m_width, s.m_items[k], table);
+            if (s.m_items[k].m_dir != 0) n = k + 1;
+        }
         int32_t winding = 0;
-        for (uint32_t k = 0; k + 1 < s.m_count; ++k) {
+        for (uint32_t k = 0; k + 1 < n; ++k) {
             winding += s.m_items[k].m_dir;
             if (winding != 0)
                 scan_span<Value, Store>(row, dst->m_width, s.m_items[k], s.m_items[k + 1], table);

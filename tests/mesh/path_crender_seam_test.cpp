@@ -1,6 +1,7 @@
-// Which pixels the converters paint: meshes and fans must cover every pixel
-// once, and any polygon must paint what an exact inside test says, however
-// far outside the bitmap its corners lie.
+// Which pixels the converters paint: polygons that tile a region leave no
+// pixel of it unpainted, even where their shared outlines differ by a
+// fraction of a pixel, and no polygon paints a pixel it shares no area with,
+// however far outside the bitmap its corners lie.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -54,16 +55,16 @@ private:
     std::vector<int> m_counts;
 };
 
-// Every pixel whose centre is clearly inside `outline` was painted exactly
-// once, every pixel clearly outside never, and none twice anywhere. Returns
-// the number of bad pixels, reporting the first few.
+// Every pixel whose centre is clearly inside `outline` was painted, every
+// pixel clearly apart from it never. Returns the number of bad pixels,
+// reporting the first few.
 int check_cover(const Counter& c, const std::vector<Corner>& outline, int64_t margin) {
     int bad = 0;
     for (int32_t y = 0; y < c.height(); ++y) {
         for (int32_t x = 0; x < c.width(); ++x) {
             const Side side = scantest::classify(outline, c.ox(), c.oy(), x, y, margin);
             const int n = c.count(x, y);
-            const bool ok = side == Side::kIn ? n == 1 : side == Side::kOut ? n == 0 : n <= 1;
+            const bool ok = side == Side::kIn ? n >= 1 : side == Side::kOut ? n == 0 : true;
             if (!ok && ++bad <= 5) ADD_FAILURE() << "pixel " << x << "," << y << " painted " << n;
         }
     }
@@ -121,7 +122,7 @@ void grid_mesh(std::mt19937& rng, Counter& counter, int64_t x0, int64_t y0, int6
     }
 }
 
-TEST(PathCRenderSeam, GridTriangulationsPaintEveryPixelOnce) {
+TEST(PathCRenderSeam, GridTriangulationsLeaveNoHole) {
     const uint32_t seed = 20240611;
     std::printf("seed %u\n", seed);
     std::mt19937 rng(seed);
@@ -130,18 +131,62 @@ TEST(PathCRenderSeam, GridTriangulationsPaintEveryPixelOnce) {
         const int32_t ox = static_cast<int32_t>(rng() % 11) - 5;
         const int32_t oy = static_cast<int32_t>(rng() % 11) - 5;
         Counter counter(40, 32, ox, oy);
-        // Inside the bitmap's rows, so that no edge is cut at the top or
-        // bottom; every third mesh runs far out at the left and right, where
-        // nothing is cut.
+        // Every third mesh runs far out at the left and right, where nothing
+        // is cut; half of the meshes cross the top or bottom, where shared
+        // edges are cut from either end and can disagree by a unit.
         const bool wide = trial % 3 == 0;
         const int64_t left = ox * 128 + (wide ? -3000 - pick(rng, 100000) : pick(rng, 1200) - 600);
-        const int64_t top = oy * 128 + pick(rng, 600);
+        const int64_t top = oy * 128 + pick(rng, 600) - (trial % 2 ? 2000 : 0);
         const int64_t right =
             wide ? (ox + 40) * 128 + pick(rng, 100000) : left + 600 + pick(rng, 4000);
-        const int64_t bottom = top + 600 + pick(rng, 2800);
+        const int64_t bottom = top + 600 + pick(rng, trial % 4 == 1 ? 6000 : 2800);
         grid_mesh(rng, counter, left, top, right, bottom);
         const std::vector<Corner> outline = {at(left, top), at(right, top), at(right, bottom),
                                              at(left, bottom)};
+        ASSERT_EQ(check_cover(counter, outline, 4), 0);
+    }
+}
+
+// Two strips of quadrilaterals meet along a bent seam that each strip cuts
+// into its own number of chords, as neighbouring patches do: where the seam
+// bends away from the coarser strip a sliver between the two chains of chords
+// belongs to neither, and the pixels it crosses must still be painted.
+// (Centre sampling alone leaves pinholes here.)
+TEST(PathCRenderSeam, SeamsCutIntoDifferentChordsLeaveNoHole) {
+    std::mt19937 rng(77);
+    for (int trial = 0; trial < 60; ++trial) {
+        SCOPED_TRACE(trial);
+        const bool across = trial % 2 == 1;  // seam across the rows, not down them
+        const int64_t lo = 200 + pick(rng, 300), hi = lo + 2500 + pick(rng, 1000);
+        const int64_t a0 = 150 + pick(rng, 200), a1 = a0 + 1500 + pick(rng, 1500);
+        const int64_t mid = (a0 + a1) / 2;
+        // Up to 0.9 pixel off the straight line, so that no whole pixel fits
+        // in the sliver.
+        const double bulge = static_cast<double>(pick(rng, 231)) - 115;
+        const int n1 = 1 + static_cast<int>(pick(rng, 4)),
+                  n2 = n1 + 1 + static_cast<int>(pick(rng, 6));
+        // Along the seam t runs from lo to hi, across it from a0 to a1.
+        const auto corner = [&](int64_t along, int64_t away) {
+            return across ? at(along, away, kInk) : at(away, along, kInk);
+        };
+        const auto seam = [&](int k, int n) {
+            const int64_t t = lo + (hi - lo) * k / n;
+            const double f = std::sin(3.14159265358979 * static_cast<double>(t - lo) /
+                                      static_cast<double>(hi - lo));
+            return corner(t, mid + std::llround(bulge * f));
+        };
+        const auto along = [&](const Corner& c) { return across ? c.x : c.y; };
+        Counter counter(40, 32, 0, 0);
+        for (int k = 0; k < n1; ++k) {
+            const Corner s0 = seam(k, n1), s1 = seam(k + 1, n1);
+            counter.add({corner(along(s0), a0), s0, s1, corner(along(s1), a0)});
+        }
+        for (int k = 0; k < n2; ++k) {
+            const Corner s0 = seam(k, n2), s1 = seam(k + 1, n2);
+            counter.add({s0, corner(along(s0), a1), corner(along(s1), a1), s1});
+        }
+        const std::vector<Corner> outline = {corner(lo, a0), corner(hi, a0), corner(hi, a1),
+                                             corner(lo, a1)};
         ASSERT_EQ(check_cover(counter, outline, 4), 0);
     }
 }

@@ -168,9 +168,11 @@ TEST(PathCRenderHline, CrossingsOnTheCentreLineHalfOpen) {
     struct Case {
         const char* why;
         int x0, y0, x1, y1, v0, v1;
-        bool stored;
+        bool crosses;
         int32_t x, dir, v;
     };
+    // Every piece of some height is kept with its ends ordered by x; only one
+    // that meets the centre line carries a crossing.
     // clang-format off
     const Case cases[] = {
         {"whole row down: half-way, x rounded up", 0, 0, 101, 128, 0, 9, true, 51, 1, 4},
@@ -186,14 +188,23 @@ TEST(PathCRenderHline, CrossingsOnTheCentreLineHalfOpen) {
         SCOPED_TRACE(c.why);
         KXPATH_CSCAN2 s{nullptr, 0, 0, 256, 0};
         s.hline(c.x0, c.y0, c.x1, c.y1, c.v0, c.v1);
-        ASSERT_EQ(s.m_count, c.stored ? 1u : 0u);
-        if (c.stored) {
-            EXPECT_EQ(s.m_items[0].m_x, c.x);
-            EXPECT_EQ(s.m_items[0].m_dir, c.dir);
-            EXPECT_EQ(s.m_items[0].m_value, c.v);
+        ASSERT_EQ(s.m_count, 1u);
+        const auto& it = s.m_items[0];
+        EXPECT_EQ(it.m_dir, c.dir);
+        if (c.crosses) {
+            EXPECT_EQ(it.m_x, c.x);
+            EXPECT_EQ(it.m_value, c.v);
         }
+        const bool rightward = c.x0 <= c.x1;
+        EXPECT_EQ(it.m_left_x, rightward ? c.x0 : c.x1);
+        EXPECT_EQ(it.m_right_x, rightward ? c.x1 : c.x0);
+        EXPECT_EQ(it.m_left_value, rightward ? c.v0 : c.v1);
         KXFree(s.m_items);
     }
+    // A piece of no height is a point on a row boundary.
+    KXPATH_CSCAN2 s{nullptr, 0, 0, 256, 0};
+    s.hline(10, 128, 90, 128, 0, 5);
+    EXPECT_EQ(s.m_count, 0u);
 }
 
 TEST(PathCRenderHline, RowStoreGrowsByItsStepAndFlagsALostCrossing) {

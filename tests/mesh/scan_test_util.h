@@ -2,6 +2,7 @@
 // do, and an exact reference for which pixel centres lie inside a polygon.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -64,14 +65,38 @@ inline uint8_t* pixel(shadepaint::CKXBmp& b, int32_t bytes, int32_t x, int32_t y
     return b.m_data + static_cast<int64_t>(y) * b.m_stride + static_cast<int64_t>(x) * bytes;
 }
 
-// What the reference says of a pixel centre.
+// What the reference says of a pixel.
 enum class Side { kOut, kIn, kNear };
 
-// Nonzero winding of the centre of pixel (i, j) of a bitmap at origin (ox, oy)
-// pixels, against the polygon's exact edges, with the converter's half-open
-// rule on rows (an edge counts on the lines from its upper end up to, not
-// including, its lower end). A centre within `margin` units horizontally of
-// an edge is kNear: there the converter's rounding may decide either way.
+// Does the segment a-b meet the box [x0, x1] x [y0, y1]? (Clipping of the
+// segment's parameter range against the four sides.)
+inline bool meets_box(const Corner& a, const Corner& b, double x0, double y0, double x1,
+                      double y1) {
+    double t0 = 0, t1 = 1;
+    const double ax = static_cast<double>(a.x), ay = static_cast<double>(a.y);
+    const double dx = static_cast<double>(b.x) - ax, dy = static_cast<double>(b.y) - ay;
+    const double p[4] = {-dx, dx, -dy, dy}, q[4] = {ax - x0, x1 - ax, ay - y0, y1 - ay};
+    for (int k = 0; k < 4; ++k) {
+        if (p[k] == 0) {
+            if (q[k] < 0) return false;
+            continue;
+        }
+        const double t = q[k] / p[k];
+        if (p[k] < 0)
+            t0 = std::max(t0, t);
+        else
+            t1 = std::min(t1, t);
+        if (t0 > t1) return false;
+    }
+    return true;
+}
+
+// Pixel (i, j) of a bitmap at origin (ox, oy) pixels against the polygon's
+// exact edges: kIn when its centre lies inside (nonzero winding, with the
+// converter's half-open rule on rows), kOut when its centre lies outside and
+// no edge comes within `margin` units of its square, so that it shares no
+// area with the polygon; kNear between, where either outcome is right. An
+// inside centre within `margin` units horizontally of an edge is kNear too.
 inline Side classify(const std::vector<Corner>& pts, int64_t ox, int64_t oy, int64_t i, int64_t j,
                      int64_t margin) {
     const __int128 cx = (ox + i) * 128 + 64, cy = (oy + j) * 128 + 64;
@@ -94,7 +119,14 @@ inline Side classify(const std::vector<Corner>& pts, int64_t ox, int64_t oy, int
         // when it is positive.
         if ((rel > 0) == (dy > 0)) winding += dy > 0 ? 1 : -1;
     }
-    return winding != 0 ? Side::kIn : Side::kOut;
+    if (winding != 0) return Side::kIn;
+    const double x0 = static_cast<double>((ox + i) * 128 - margin);
+    const double y0 = static_cast<double>((oy + j) * 128 - margin);
+    for (size_t k = 0; k < n; ++k)
+        if (meets_box(pts[k], pts[(k + 1) % n], x0, y0, x0 + 128 + 2 * margin,
+                      y0 + 128 + 2 * margin))
+            return Side::kNear;
+    return Side::kOut;
 }
 
 }  // namespace scantest

@@ -176,21 +176,21 @@ TEST(CoonsRender, FlatPatchFillsItsBox) {
     EXPECT_TRUE(gray.guards_intact());
 }
 
-// Device coordinates become 1/128 pixel by truncation: a right edge one raw
-// unit short of 65/128 lies at 64/128, and the centre of pixel 0 on it is
-// outside (right edges are exclusive); at 65/128 the pixel is painted. Row 0
-// is looked at: there the edge starts at its exact corner, while further
-// down the converter's split interpolation may move a vertical edge left.
+// Device coordinates become 1/128 pixel by truncation: a top side one raw
+// unit short of 128/128 lies at 127/128, inside row 0, whose pixels along it
+// are painted; at 128/128 it lies on the row boundary and row 0 stays empty.
+// Rounding would put both on the boundary.
 TEST(CoonsRender, CoordinatesTruncateTo128th) {
-    const int64_t edge = int64_t{65} << 19;
-    for (const int64_t right : {edge - 1, edge}) {
-        SCOPED_TRACE(right);
+    const int64_t boundary = int64_t{128} << 19;
+    for (const int64_t top : {boundary - 1, boundary}) {
+        SCOPED_TRACE(top);
         CPDFShadingCoons s(nullptr);
-        set_groups(s, std::vector<Group>{coons_box_raw(0, 0, right, raw(4), kSolid)});
+        set_groups(s, std::vector<Group>{coons_box_raw(0, top, raw(4), raw(4), kSolid)});
         Mask mask(4, 4);
         Canvas32 c(4, 4);
         s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, c.bmp);
-        EXPECT_EQ(c.colour(0, 0).a != 0, right == edge);
+        EXPECT_EQ(c.colour(1, 0).a != 0, top < boundary);
+        EXPECT_NE(c.colour(1, 1).a, 0);
     }
 }
 
