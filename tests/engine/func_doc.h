@@ -11,7 +11,6 @@
 
 #include "engine/xref_table.h"
 #include "numeric/kxfix.h"
-#include "object/pdf_obj.h"
 #include "shading/function.h"
 
 namespace shadepaint::testing {
@@ -24,8 +23,8 @@ inline std::string stream_text(const std::string& dict, const std::string& body)
            "\nendstream";
 }
 
-class FuncDoc {
-public:
+// Texts are taken whole, zero bytes included.
+struct FuncDoc {
     void obj(int32_t num, const std::string& text) {
         ASSERT_TRUE(xref.set_object(num, text.data(), text.size())) << text;
     }
@@ -37,16 +36,13 @@ public:
     CPDFXRefTable xref;
 };
 
-// Exact for the binary fractions the tests use.
-inline KXFIX fix(double v) { return KXFIX::from_raw(static_cast<int64_t>(v * kKxOne)); }
-// v * 2^26 truncated toward zero: how computed outputs reach fixed point.
-inline int64_t trunc_raw(double v) { return static_cast<int64_t>(std::trunc(v * kKxOne)); }
-
-// The raw outputs of f at the inputs; the result of evaluate goes to *ran.
+// Inputs are exact for the binary fractions the tests use; outputs come back
+// raw, and *ran gets the result of evaluate.
 inline std::vector<int64_t> eval_raw(const CPDFFunction& f, const std::vector<double>& in,
                                      int32_t* ran = nullptr) {
     std::vector<KXFIX> x(CPDFFunction::kMaxInputs, KXFIX::from_raw(0));
-    for (size_t i = 0; i < in.size() && i < x.size(); ++i) x[i] = fix(in[i]);
+    for (size_t i = 0; i < in.size() && i < x.size(); ++i)
+        x[i] = KXFIX::from_raw(static_cast<int64_t>(in[i] * kKxOne));
     std::vector<KXFIX> out(CPDFFunction::kMaxOutputs, KXFIX::from_raw(-1));
     const int32_t r = f.evaluate(x.data(), out.data());
     if (ran) *ran = r;
@@ -55,9 +51,10 @@ inline std::vector<int64_t> eval_raw(const CPDFFunction& f, const std::vector<do
     return raw;
 }
 
+// v * 2^26 truncated toward zero, as computed outputs reach fixed point.
 inline std::vector<int64_t> raws(const std::vector<double>& v) {
     std::vector<int64_t> r;
-    for (double d : v) r.push_back(trunc_raw(d));
+    for (double d : v) r.push_back(static_cast<int64_t>(std::trunc(d * kKxOne)));
     return r;
 }
 

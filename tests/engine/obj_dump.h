@@ -16,18 +16,14 @@ inline std::string dump_obj(const CPDFObj& o);
 
 inline std::string dump_entries(const CPDFDictionary& d) {
     std::string s = "<<";
-    for (int32_t i = 0; i < d.m_count; ++i) {
-        if (i) s += ' ';
-        s += '/';
-        s += d.m_items[i]->m_key;
-        s += ' ';
-        s += dump_obj(d.m_items[i]->m_value);
-    }
+    for (int32_t i = 0; i < d.m_count; ++i)
+        s += (i ? " /" : "/") + std::string(d.m_items[i]->m_key) + " " +
+             dump_obj(d.m_items[i]->m_value);
     return s + ">>";
 }
 
 inline std::string dump_obj(const CPDFObj& o) {
-    static const char kHex[] = "0123456789abcdef";
+    std::string s;
     switch (o.m_tag) {
         case kObjNone:
             return "null";
@@ -37,24 +33,16 @@ inline std::string dump_obj(const CPDFObj& o) {
             return std::to_string(o.m_int);
         case kObjReal:
             return "r" + std::to_string(o.m_fix.m_raw);
-        case kObjString: {
-            std::string s = "<";
-            for (int32_t i = 0; i < o.m_length; ++i) {
-                s += kHex[o.m_bytes[i] >> 4];
-                s += kHex[o.m_bytes[i] & 15];
-            }
-            return s + ">";
-        }
+        case kObjString:
+            for (int32_t i = 0; i < o.m_length; ++i)
+                s += {"0123456789abcdef"[o.m_bytes[i] >> 4], "0123456789abcdef"[o.m_bytes[i] & 15]};
+            return "<" + s + ">";
         case kObjName:
             return std::string("/") + o.m_name;
-        case kObjArray: {
-            std::string s = "[";
-            for (int32_t i = 0; i < o.m_array->m_count; ++i) {
-                if (i) s += ' ';
-                s += dump_obj(o.m_array->m_items[i]);
-            }
-            return s + "]";
-        }
+        case kObjArray:
+            for (int32_t i = 0; i < o.m_array->m_count; ++i)
+                s += (i ? " " : "") + dump_obj(o.m_array->m_items[i]);
+            return "[" + s + "]";
         case kObjDict:
             return dump_entries(*o.m_dict);
         case kObjRef:
