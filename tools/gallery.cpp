@@ -656,8 +656,9 @@ const GallerySample kPatches[] = {
     {"coons_grid",
      "Coons mesh of 3 x 3 patches walked as a snake: after the first, every patch takes its "
      "shared side and corner colours from the one before (flags 2, 2, 1, 3, 2, 1, 3, 2). Each "
-     "patch cuts its sides into its own number of steps, so where two neighbours cut a shared "
-     "curve differently a stray pixel can fall between them",
+     "patch cuts its sides into its own number of steps; the cells along a patch's rim are "
+     "painted conservatively, so no pixel falls between neighbours that cut a shared curve "
+     "differently",
      mesh_stream("/ShadingType 6 " + kPatch16, coons_grid()), "", kSquare, 256,
      256, true},
 

@@ -40,10 +40,15 @@ inline void paint_path(CKXPathCRender& path, CKXBmpGray& dst) { path.render_smoo
 // Paints the closed four-sided path P, Q, R, S with a colour at each corner.
 // Device coordinates become 1/128 pixel by truncation (not rounding), and the
 // path is opened afresh for every cell, so cells never share crossings.
+// Cells inside a patch share their corners exactly and are painted by pixel
+// centres, each pixel once. A cell on the patch's rim (`rim`) is painted
+// conservatively: the next patch may cut the shared side into another number
+// of steps, and the sliver between the two chains of chords must not show.
 template <class Bitmap>
-inline void paint_cell(CKXPathCRender& path, int32_t org_x, int32_t org_y, Bitmap& dst,
+inline void paint_cell(CKXPathCRender& path, int32_t org_x, int32_t org_y, Bitmap& dst, bool rim,
                        const PATCH_CELL& p, const PATCH_CELL& q, const PATCH_CELL& r,
                        const PATCH_CELL& s) {
+    path.m_conservative = rim;
     path.begin(0, 0, 0);
     path.begin(org_x, org_y, dst.m_height);
     const KXFIX px = p.m_x, py = p.m_y;

@@ -73,6 +73,13 @@ public:
     KXPATH_CSCAN::_item* m_flats;
     uint32_t m_flat_count;
     uint32_t m_flat_cap;
+    // Off: a pixel is painted when its centre lies inside the outline, so
+    // polygons that share an edge paint each pixel along it exactly once. On:
+    // every pixel the outline passes through is painted too, so polygons
+    // whose shared outlines differ by a fraction of a pixel leave no pinhole
+    // between them, at the price of overlapping by those pixels. Off in a new
+    // converter; begin leaves it as it is.
+    bool m_conservative;
 
     CKXPathCRender();
     ~CKXPathCRender();
@@ -86,10 +93,10 @@ public:
     void begin(int org_x, int org_y, int height);
     // One edge from the current point to (x, y), which still holds the origin.
     void line_to(int x, int y, _KXRGBA c);
-    // Paints the closed polygon: every pixel that the outline passes through
-    // takes the colour of the outline there, and every pixel whose centre lies
-    // inside the outline (nonzero rule) the colour interpolated along its row
-    // between the crossings on either side of it, alpha included.
+    // Paints the closed polygon: each pixel whose centre lies inside the outline
+    // (nonzero rule) takes the colour interpolated along its row between the
+    // crossings on either side of it, alpha included; with m_conservative, the
+    // pixels the outline passes through first take the outline's colour.
     void render_smooth(CKXBmp32* dst);
     // The same pixels as gray (r*306 + g*601 + b*117) >> 10 and alpha.
     void render_smoothg(CKXBmpGray* dst);

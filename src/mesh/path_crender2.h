@@ -56,6 +56,13 @@ public:
     KXPATH_CSCAN2::_item* m_flats;
     uint32_t m_flat_count;
     uint32_t m_flat_cap;
+    // Off: a pixel is painted when its centre lies inside the outline, so
+    // polygons that share an edge paint each pixel along it exactly once. On:
+    // every pixel the outline passes through is painted too, so polygons
+    // whose shared outlines differ by a fraction of a pixel leave no pinhole
+    // between them, at the price of overlapping by those pixels. Off in a new
+    // converter; begin leaves it as it is.
+    bool m_conservative;
 
     CKXPathCRender2();
     ~CKXPathCRender2();

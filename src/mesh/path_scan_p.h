@@ -19,30 +19,33 @@
 // right of the true crossing". Both depend only on the piece, not on its
 // direction, so two polygons that share an edge record the same crossings.
 //
-// Painting (scan_render) covers every pixel the polygon shares area with, not
-// only those whose centre it holds. Centre sampling alone leaves pinholes
-// wherever neighbouring polygons meet along outlines that differ by a
-// fraction of a pixel: a patch side cut into a different number of steps by
-// each of its two patches, or an edge cut at the top or bottom of the bitmap,
-// which is re-interpolated from the end that is kept and so differs by a unit
-// between its two directions. So each row is painted in two passes:
-// - the pixels each piece passes through (those it reaches more than 2/128
-//   pixel into, so that a side on a column boundary enters neither), each
-//   taking the piece's colour at the pixel's centre, held at its ends. A
-//   horizontal edge is no piece of any row and adds no crossing, but the
-//   converter keeps it aside (scan_flat) and paints the pixels along it in
-//   the same way, unless it lies on a row boundary;
-// - then, over them, the pixels whose centre lies inside the outline: the
-//   crossings are sorted by x, and between neighbours wherever the running
-//   sum of directions is not zero, a pixel is inside when its centre lies at
-//   or right of the left crossing and left of the right one.
-// A polygon thus grows by the pixels its outline enters, and neighbours
-// overlap by those pixels, the later one painting over the earlier. Pixels
-// wholly inside are painted as before, and a polygon whose outline runs along
-// pixel boundaries covers exactly the pixels within it. Values are
-// interpolated along a span in 16 fraction bits, with the start and step
-// truncated toward the left value, so they stay within the two end values and
-// run monotonically between them.
+// Painting (scan_render) sorts each row's records, crossings first by x, and
+// fills between neighbouring crossings wherever the running sum of directions
+// is not zero: a pixel is inside when its centre lies at or right of the left
+// crossing and left of the right one, so a pixel on a shared edge belongs to
+// exactly one side. Triangle meshes, whose neighbours share their edges
+// exactly, are painted this way.
+//
+// Centre sampling alone leaves pinholes where neighbouring polygons meet
+// along outlines that differ by a fraction of a pixel: a patch side cut into
+// a different number of steps by each of its two patches, or a wedge edge cut
+// at the top or bottom of the bitmap, which is re-interpolated from the end
+// that is kept and so differs by a unit between its two directions. A
+// converter set to conservative painting (m_conservative) therefore paints,
+// before the centre-sampled spans, the pixels each piece passes through:
+// those it reaches more than 2/128 pixel into, so that a side lying on a
+// column boundary enters neither column, each taking the piece's colour at
+// the pixel's centre, held at its ends. Horizontal edges are no piece of any
+// row and add no crossing, but the converter keeps them aside (scan_flat)
+// and paints the pixels along them in the same way, unless they lie on a row
+// boundary. Such a polygon grows by the pixels its outline enters, and
+// neighbours overlap by those pixels, the later painting over the earlier;
+// a polygon whose outline runs along pixel boundaries still covers exactly
+// the pixels within it.
+//
+// Values are interpolated along a span in 16 fraction bits, with the start
+// and step truncated toward the left value, so they stay within the two end
+// values and run monotonically between them.
 #pragma once
 
 #include <algorithm>
@@ -207,6 +210,7 @@ void scan_init(Conv& c) {
     c.m_dirty_last = -1;
     c.m_flats = nullptr;
     c.m_flat_count = c.m_flat_cap = 0;
+    c.m_conservative = false;
 }
 
 // Frees every row's store and the table, and leaves an empty converter that
@@ -585,8 +589,9 @@ void scan_render(Conv& c, CKXBmp* dst, const typename Store::table_type* table) 
     const int64_t first = std::max(c.m_dirty_first, 0);
     const int64_t last = std::min<int64_t>({c.m_dirty_last, int64_t{c.m_rows} - 1,
                                             int64_t{dst->m_height} - 1, int64_t{c.m_rows_cap} - 1});
+    const bool outline = c.m_conservative;
     const int64_t rows = std::min<int64_t>(c.m_rows, dst->m_height);
-    for (uint32_t k = 0; k < c.m_flat_count; ++k) {
+    for (uint32_t k = 0; outline && k < c.m_flat_count; ++k) {
         const Item& it = c.m_flats[k];
         if (it.m_x < rows && !(c.m_scans[it.m_x].m_aux & kScanRowLost))
             scan_piece<Value, Store>(dst->m_data + int64_t{it.m_x} * dst->m_stride, dst->m_width,
@@ -599,7 +604,7 @@ void scan_render(Conv& c, CKXBmp* dst, const typename Store::table_type* table) 
         scan_sort(s.m_items, s.m_count);
         uint32_t n = 0;
         for (uint32_t k = 0; k < s.m_count; ++k) {
-            scan_piece<Value, Store>(row, dst->m_width, s.m_items[k], table);
+            if (outline) scan_piece<Value, Store>(row, dst->m_width, s.m_items[k], table);
             if (s.m_items[k].m_dir != 0) n = k + 1;
         }
         int32_t winding = 0;

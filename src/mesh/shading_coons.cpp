@@ -189,7 +189,8 @@ int32_t render_coons(const CPDFShadingCoons& sh, const _KXMATRIX& matrix, const 
             cell_at(group, 0, n, j, m, curves, b[0]);
             for (int32_t i = 1; i <= n; ++i) {
                 cell_at(group, i, n, j, m, curves, b[i]);
-                detail::paint_cell(path, org_x, org_y, dst, a[i - 1], b[i - 1], b[i], a[i]);
+                const bool rim = i == 1 || i == n || j == 1 || j == m;
+                detail::paint_cell(path, org_x, org_y, dst, rim, a[i - 1], b[i - 1], b[i], a[i]);
             }
             PATCH_CELL* const t = a;
             a = b;

@@ -142,7 +142,7 @@ int32_t render_tensor(const CPDFShadingTensor& sh, const _KXMATRIX& matrix, cons
         if (size.m_raw < CPDFShadingTensor::kGridMinSize) {
             // Sides taken as straight: the same walk around the patch as a
             // grid cell, the stored colour words as they are, alpha included.
-            detail::paint_cell(path, org_x, org_y, dst,
+            detail::paint_cell(path, org_x, org_y, dst, true,
                                device_corner(matrix, pts[0], group.m_rgba[0]),
                                device_corner(matrix, pts[3], group.m_rgba[1]),
                                device_corner(matrix, pts[15], group.m_rgba[2]),
@@ -161,9 +161,11 @@ int32_t render_tensor(const CPDFShadingTensor& sh, const _KXMATRIX& matrix, cons
             }
         }
         for (int32_t j = 0; j < kSteps; ++j) {
-            for (int32_t i = 0; i < kSteps; ++i)
-                detail::paint_cell(path, org_x, org_y, dst, grid[j][i], grid[j + 1][i],
+            for (int32_t i = 0; i < kSteps; ++i) {
+                const bool rim = i == 0 || i == kSteps - 1 || j == 0 || j == kSteps - 1;
+                detail::paint_cell(path, org_x, org_y, dst, rim, grid[j][i], grid[j + 1][i],
                                    grid[j + 1][i + 1], grid[j][i + 1]);
+            }
         }
     }
     dst.apply_mask(mask, 0, 0);

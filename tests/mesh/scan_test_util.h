@@ -93,12 +93,13 @@ inline bool meets_box(const Corner& a, const Corner& b, double x0, double y0, do
 
 // Pixel (i, j) of a bitmap at origin (ox, oy) pixels against the polygon's
 // exact edges: kIn when its centre lies inside (nonzero winding, with the
-// converter's half-open rule on rows), kOut when its centre lies outside and
-// no edge comes within `margin` units of its square, so that it shares no
-// area with the polygon; kNear between, where either outcome is right. An
-// inside centre within `margin` units horizontally of an edge is kNear too.
+// converter's half-open rule on rows), kOut when it lies outside, kNear when
+// it lies within `margin` units horizontally of an edge, where the
+// converter's rounding may decide either way. With `area`, for conservative
+// painting, an outside pixel is kOut only when no edge comes within `margin`
+// units of its square, so that it shares no area with the polygon.
 inline Side classify(const std::vector<Corner>& pts, int64_t ox, int64_t oy, int64_t i, int64_t j,
-                     int64_t margin) {
+                     int64_t margin, bool area = false) {
     const __int128 cx = (ox + i) * 128 + 64, cy = (oy + j) * 128 + 64;
     int winding = 0;
     const size_t n = pts.size();
@@ -120,6 +121,7 @@ inline Side classify(const std::vector<Corner>& pts, int64_t ox, int64_t oy, int
         if ((rel > 0) == (dy > 0)) winding += dy > 0 ? 1 : -1;
     }
     if (winding != 0) return Side::kIn;
+    if (!area) return Side::kOut;
     const double x0 = static_cast<double>((ox + i) * 128 - margin);
     const double y0 = static_cast<double>((oy + j) * 128 - margin);
     for (size_t k = 0; k < n; ++k)

@@ -194,6 +194,26 @@ TEST(CoonsRender, CoordinatesTruncateTo128th) {
     }
 }
 
+// Two patches share a side bent into the second, which cuts it into more
+// steps (its far side is longer): the chords of the first patch then run
+// inside those of the second, and the sliver between them must not show.
+TEST(CoonsRender, SharedSideCutDifferentlyLeavesNoHole) {
+    Group a = coons_box(4, 4, 30, 60, kSolid), b = coons_box(30, 4, 60, 60, kSolid);
+    for (const int k : {7, 8}) a.m_pts[k].x = fx(36);
+    for (const int k : {1, 2}) b.m_pts[k].x = fx(36);
+    for (const int k : {7, 8}) b.m_pts[k].x = fx(100);
+    ASSERT_NE(a.get_vt(_KXMATRIX::identity()), b.get_vt(_KXMATRIX::identity()));
+    CPDFShadingCoons s(nullptr);
+    set_groups(s, std::vector<Group>{a, b});
+    Mask mask(64, 64);
+    Canvas32 c(64, 64);
+    ASSERT_EQ(s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, c.bmp), 1);
+    int holes = 0;
+    for (int32_t y = 4; y < 60; ++y)
+        for (int32_t x = 4; x < 60; ++x) holes += c.colour(x, y).a == 0;
+    EXPECT_EQ(holes, 0);
+}
+
 // Without patches the whole destination, padding included, is cleared and the
 // result is 0; the mask is not applied and its size does not matter.
 TEST(CoonsRender, EmptyShadingClears) {

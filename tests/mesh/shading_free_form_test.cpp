@@ -245,15 +245,15 @@ _KXMATRIX translate(int64_t e_raw, int64_t f_raw) {
 }
 
 // Every vertex is rounded to the nearest 1/128 pixel (halves up) before it
-// meets the converter. The square is scaled to 0.8 pixel and moved right (or
-// down) to a rounding boundary near pixel 1. A side paints the pixels it
-// reaches more than 2/128 into, so a left side at 125.5/128, rounded to 126,
-// leaves pixel 0 alone, and a top side at 127.5/128, rounded to 128, lies on
-// the row boundary and enters row 0 not at all. Truncated, each would reach
-// into pixel 0 and paint it.
+// meets the converter. The square is scaled to 0.8 pixel, inside row 0 and
+// column 0, where the converter takes its crossings from the corners as they
+// stand: pixel (0, 0) is painted when its centre (64/128 into it) lies at or
+// right of the left edge and at or below the top one. An edge at 64.5/128
+// rounds to 65 and misses it (truncation would give 64); a hair less rounds
+// to 64 and takes it.
 TEST(FreeFormRender, RoundsToTheNearest128thPixel) {
     const int64_t half128 = kOne / 256;  // 0.5 / 128 pixel
-    const int64_t left = kOne - 5 * half128, top = kOne - half128;
+    const int64_t at64 = 64 * (kOne / 128);
     struct Case {
         int64_t e, f;
         bool painted;
@@ -261,10 +261,10 @@ TEST(FreeFormRender, RoundsToTheNearest128thPixel) {
     };
     // clang-format off
     const Case cases[] = {
-        {left, 0, false, "left side at 125.5/128 rounds to 126"},
-        {left - 1, 0, true, "left side just below rounds to 125"},
-        {0, top, false, "top side at 127.5/128 rounds onto the row boundary"},
-        {0, top - 1, true, "top side just below rounds into row 0"},
+        {at64 + half128, 0, false, "left edge at 64.5/128 rounds up past the centre"},
+        {at64 + half128 - 1, 0, true, "left edge just below rounds onto the centre"},
+        {0, at64 + half128, false, "top edge at 64.5/128 rounds below the centre line"},
+        {0, at64 + half128 - 1, true, "top edge just below rounds onto it"},
         {0, 0, true, "untranslated"},
     };
     // clang-format on
@@ -280,8 +280,8 @@ TEST(FreeFormRender, RoundsToTheNearest128thPixel) {
         Canvas<CKXBmp8> mask(4, 4, 4, 255);
         ASSERT_EQ(s->render_to_bmpg(m, {0, 0}, mask.bmp, dst.bmp), 1);
         EXPECT_EQ(opaque(dst.px(0, 0, 2)[1]), c.painted);
-        EXPECT_EQ(dst.px(2, 0, 2)[1], 0);
-        EXPECT_EQ(dst.px(0, 2, 2)[1], 0);
+        EXPECT_EQ(dst.px(1, 0, 2)[1], 0);
+        EXPECT_EQ(dst.px(0, 1, 2)[1], 0);
     }
 }
 
