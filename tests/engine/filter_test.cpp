@@ -25,17 +25,18 @@
 namespace shadepaint {
 namespace {
 
-// Object 1 of a table, "<< /Length n entries >> stream" and the body; the
-// entries may refer to objects added later.
+// Object 1 of a table, "<< /Length n entries >> stream" and the body, beside
+// objects 2 to 5 for the entries to refer to.
 class FilteredBody {
 public:
     FilteredBody(const std::string& entries, const std::string& body) {
-        add(1, "<< /Length " + std::to_string(body.size()) + " " + entries + " >> stream\n" + body +
-                   "\nendstream");
+        const std::string objects[] = {"<< /Length " + std::to_string(body.size()) + " " + entries +
+                                           " >> stream\n" + body + "\nendstream",
+                                       "[/AHx /Fl]", "[null << /Predictor 12 /Columns 20 >>]",
+                                       "/ASCIIHexDecode", "12"};
+        for (int32_t i = 0; i < 5; ++i)
+            EXPECT_TRUE(m_table.set_object(i + 1, objects[i].data(), objects[i].size()));
         m_table.get_entity(m_obj.obj, PDF_REF{1, 0});
-    }
-    void add(int32_t num, const std::string& text) {
-        EXPECT_TRUE(m_table.set_object(num, text.data(), text.size())) << text;
     }
     std::unique_ptr<CPDFStream> open() {
         if (m_obj.obj.m_tag != kObjStream) return nullptr;
@@ -65,33 +66,23 @@ struct Case {
     const char* why;
 };
 
-// Objects 2 to 5 serve the chain cases. Whole bodies, and bodies read one and
-// seven bytes at a time, must be the same.
+// Whole bodies, and bodies read one and seven bytes at a time, must be the
+// same.
 void check(const std::vector<Case>& cases) {
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.entries + ": " + c.why);
         FilteredBody fb(c.entries, c.body);
-        fb.add(2, "[/AHx /Fl]");
-        fb.add(3, "[null << /Predictor 12 /Columns 20 >>]");
-        fb.add(4, "/ASCIIHexDecode");
-        fb.add(5, "12");
-        for (uint32_t piece : {1u, 7u, 4096u}) EXPECT_TRUE(fb.read(piece) == c.expect) << piece;
+        for (uint32_t piece : {1u, 7u, 4096u})
+            EXPECT_TRUE(fb.read(piece) == c.expect) << c.entries << ": " << c.why << ", " << piece;
     }
 }
 
-// Bytes that compress somewhat: runs, text and noise, from a fixed seed.
+// Bytes that compress somewhat: a small alphabet mixed with noise.
 std::string sample_bytes(size_t n, uint32_t seed = 1) {
     std::string s;
     for (uint32_t x = seed; s.size() < n;) {
         x = x * 1664525u + 1013904223u;
-        const uint32_t kind = x >> 30;
-        for (size_t i = 0, len = 1 + (x >> 8) % 40; i < len; ++i) {
-            if (kind == 0) s += static_cast<char>(x >> 16);
-            if (kind == 1) s += "shading mesh "[i % 13];
-            if (kind >= 2) s += static_cast<char>((x = x * 1664525u + 1013904223u) >> 24);
-        }
+        s += static_cast<char>(x >> 31 ? x >> 16 : 'a' + (x >> 16) % 3);
     }
-    s.resize(n);
     return s;
 }
 
@@ -205,10 +196,6 @@ TEST(FilterFlate, DeflateAndPredictors) {
         {"/Filter /Fl " + parms(2, 1, 16, 2),
          zlib(std::string("\x00\x01\xff\xff\x00\xff\x00\x01", 8)),
          std::string("\x00\x01\x00\x00\x00\xff\x01\x00", 8), "TIFF, 16 bits"},
-        {"/Filter /Fl " + parms(2, 3, 8, 2), zlib("\x10\x20\x30\x01\x02\x03"),
-         "\x10\x20\x30\x11\x22\x33", "TIFF, three colours"},
-        {"/Filter /Fl " + parms(2, 1, 16, 5), zlib(std::string("\x00\xff\x00\x01\x00", 5)),
-         std::string("\x00\xff\x01\x00\x00", 5), "TIFF, a partial last sample"},
     };
     // RGB, 16-bit RGB (six bytes back), 1 bit (one byte back), 12-bit pixels.
     const std::vector<int> types = {0, 1, 2, 3, 4, 4, 3, 2, 1, 0, 4, 1, 4, 2, 4, 3};
@@ -227,7 +214,7 @@ TEST(FilterFlate, DeflateAndPredictors) {
 TEST(FilterFlate, CorruptDataAndRefusedParameters) {
     const std::string data = sample_bytes(20000, 9), z = zlib(data);
     std::string bad_check = z;
-    bad_check.back() = static_cast<char>(bad_check.back() ^ 1);
+    bad_check.back() ^= 1;
     // A zlib header and a stored block that is not the last, then 0xff: a
     // final block of the reserved type 3.
     const std::string head = data.substr(0, 3000);
@@ -240,6 +227,7 @@ TEST(FilterFlate, CorruptDataAndRefusedParameters) {
         {"/Filter /Fl", z.substr(0, z.size() - 4), data, "the check value missing"},
         {"/Filter /Fl", bad_check, data, "a bad check value is found only after the data"},
         {"/Filter /Fl", stored, head, "a bad block after a good one"},
+        {"/Filter /Fl", stored.substr(0, 1007), head.substr(0, 1000), "cut inside a block"},
         {"/Filter /Fl", "x", "", "no zlib stream"},
         {p11, zlib(bad_type), data.substr(0, 20), "a row type above 4 ends before that row"},
         {p11, zlib(png.substr(0, 3 * 11 + 4)), data.substr(0, 33), "a last row cut short"},
@@ -250,10 +238,6 @@ TEST(FilterFlate, CorruptDataAndRefusedParameters) {
         {p + "<< /Predictor 2 /BitsPerComponent 3 >>", z, "", "3-bit samples"},
         {p + "<< /Predictor 12 /Columns 2000000 /Colors 4 >>", z, "", "a row beyond the limit"},
     });
-    const std::string got = FilteredBody("/Filter /Fl", z.substr(0, z.size() / 2)).read(7);
-    EXPECT_GT(got.size(), 0u) << "truncated inside a block: what inflated so far";
-    EXPECT_LT(got.size(), data.size());
-    EXPECT_TRUE(data.compare(0, got.size(), got) == 0);
 }
 
 // 16 MiB of zeros in a 16 KiB body: the stages hold a window and two rows,
@@ -286,7 +270,6 @@ TEST(FilterLZW, EarlyChangeAndCorruptCodes) {
         {"/Filter /LZW", lzw(mixed), mixed, "every width up to 12 bits across several clears"},
         {e0, lzw(mixed, 0), mixed, "EarlyChange 0"},
         {"/Filter /LZW", lzw(full, 1, false), full, "a full table keeps 12-bit codes"},
-        {e0, lzw(full, 0, false), full, "a full table keeps 12-bit codes, EarlyChange 0"},
         {"/Filter /LZW /DecodeParms << /Predictor 15 /Colors 3 /Columns 40 >>",
          lzw(png_predict(d, 3, 8, 40, {0, 1, 2, 3, 4})), d, "with a predictor"},
         {"/Filter /LZW", codes({'a', 'b', 300, 'c', 257}), "ab", "a code beyond 259"},
@@ -305,12 +288,9 @@ TEST(FilterText, DecodeAndCorruptData) {
     check({
         {ahx_f, "48 65\n6c6C 6f>", "Hello", "white space between and inside pairs, either case"},
         {ahx_f, "414>", std::string("A@", 2), "a lone last digit takes a 0"},
-        {ahx_f, "41>42", "A", "nothing after '>'"},
         {ahx_f, "4142x43>", "AB", "a garbage character ends the body"},
-        {ahx_f, "414x", "A", "a digit waiting for its partner is dropped at garbage"},
         {a85, "9jqo^F*2L~>", "Man sur", "a group of five and a last group of four"},
         {a85, "9jqo^Er~>", "Man s", "a last group of two gives one byte"},
-        {a85, "9jqo^E~>", man, "a last single digit gives nothing"},
         {a85, "9j qo\n^\tF*2L~", "Man sur", "white space anywhere; '~' alone ends"},
         {a85, "z9jqo^zz~>", std::string(4, '\0') + man + std::string(8, '\0'), "z groups"},
         {a85, "9jz~>", "", "'z' inside a group is corrupt"},
@@ -319,7 +299,6 @@ TEST(FilterText, DecodeAndCorruptData) {
         {a85, "9jqo^s8W-\"~>", man, "a group worth 2^32"},
         {rl, std::string("\x02" "abc" "\xfe" "x" "\x80", 7), "abcxxx", "a literal run and a repeat"},
         {rl, std::string("\x81" "y" "\x80", 3), std::string(128, 'y'), "the longest repeat"},
-        {rl, std::string("\x00" "q" "\x80" "\x00" "r", 5), "q", "nothing after the end byte"},
         {rl, std::string("\x05" "ab", 3), "ab", "a literal run cut short delivers what it has"},
         {rl, std::string("\x01" "ab" "\xf0", 4), "ab", "a repeat without its byte"},
     });
@@ -352,7 +331,6 @@ TEST(FilterChain, FormsAndLimits) {
         {"/Filter [" + filters + " /AHx]", ahx(deep), "", "one too many"},
         {"/Filter /DCTDecode", pz, "", "not decodable here"},
         {"/Filter /flatedecode", pz, "", "names are case-sensitive"},
-        {"/Filter (FlateDecode)", pz, "", "not a name"},
         {"/Filter [/AHx 5]", hex_pz, "", "not a name in the array"},
     });
 }
@@ -367,11 +345,8 @@ TEST(FilterChain, AllocationFailuresGiveNullOrAPrefix) {
     bool whole = false;
     for (int32_t n = 0; n < 100 && !whole; ++n) {
         SCOPED_TRACE("allocations allowed: " + std::to_string(n));
-        std::string got;
-        {
-            test::AllocFailGuard fail(n);
-            got = fb.read(4096);
-        }
+        test::AllocFailGuard fail(n);
+        const std::string got = fb.read(4096);
         EXPECT_TRUE(data.compare(0, got.size(), got) == 0);
         whole = got == data;
     }

@@ -50,13 +50,11 @@ void expect_body(const Buffer& buf, int32_t size, bool data = true) {
 
 constexpr int32_t kLimit = 0x800000;
 
-// Requests left empty are not checked. Capacity runs 1024, 3072, 7168, ...
-// and 8453120 is the first above 8 MiB: an endless body keeps the 8387584
-// bytes read by then. The first read is made in full however long, so a
-// declared length above the limit is loaded whole with the probe behind it.
+// Requests left empty are not checked. Capacity runs 1024, 3072, 7168, ...,
+// chunks doubling up to 64 KiB, and 8453120 is the first above 8 MiB: an
+// endless body keeps the 8387584 bytes read by then. The first read is made in full however long,
+// so a declared length above the limit is loaded whole with the probe behind it.
 TEST(BufferLoad, ReadsAndSizes) {
-    std::vector<uint32_t> doubling = {1024, 1024, 2048, 4096, 8192, 16384, 32768};
-    doubling.resize(doubling.size() + 16, 65536);
     // clang-format off
     const struct {
         uint64_t body; int32_t hint, declared, limit, size; std::vector<uint32_t> requests;
@@ -73,7 +71,6 @@ TEST(BufferLoad, ReadsAndSizes) {
         {8192, 1024, 0, kLimit, 8192, {1024, 1024, 2048, 4096, 8192}, "ends on a chunk", 0},
         {5000, 1024, 0, 4096, 4096, {1024, 1024, 2048}, "capacity 4096 is not above 4096...", 0},
         {5000, 1024, 0, 4095, 2048, {1024, 1024}, "...but 4096 is above 4095", 0},
-        {1 << 20, 1024, 0, kLimit, 1 << 20, doubling, "chunks double up to 64 KiB", 0},
         {uint64_t{4} << 30, 0, 0, kLimit, 8387584, {}, "endless body stops at the limit", 0},
         {12 << 20, 0, 9 << 20, kLimit, (9 << 20) + 1024, {}, "declared above the limit", 0},
         {10, 4, 0, kLimit, 1024 + 1024 + 2048 + 4096 + 5000, {}, "overclaims held to the request", 5000},
