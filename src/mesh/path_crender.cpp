@@ -30,7 +30,7 @@ void CKXPathCRender::line_to(int x, int y, _KXRGBA c) {
         detail::scan_flat<detail::scan_rgba>(*this, x0, m_cur_x, y0, c0, c);
     else
         detail::scan_edge<detail::scan_rgba>(m_scans, m_rows, m_dirty_first, m_dirty_last, x0, y0,
-                                             c0, m_cur_x, m_cur_y, c);
+                                             c0, m_cur_x, m_cur_y, c, m_conservative);
 }
 
 void CKXPathCRender::render_smooth(CKXBmp32* dst) {

@@ -28,7 +28,7 @@ void CKXPathCRender2::line_to(int x, int y, int v) {
         detail::scan_flat<detail::scan_index>(*this, x0, m_cur_x, y0, v0, v);
     else
         detail::scan_edge<detail::scan_index>(m_scans, m_rows, m_dirty_first, m_dirty_last, x0, y0,
-                                              v0, m_cur_x, m_cur_y, v);
+                                              v0, m_cur_x, m_cur_y, v, m_conservative);
 }
 
 void CKXPathCRender2::render_smooth(CKXBmp32* dst, const _KXRGBA* ramp) {

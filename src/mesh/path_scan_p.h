@@ -101,6 +101,7 @@ inline int64_t scan_div_up(int64_t n, int64_t d) { return n / d + (n % d > 0 ? 1
 struct scan_rgba {
     static constexpr int kN = 4;
     using value_type = _KXRGBA;
+    using scan_type = KXPATH_CSCAN;
     using item_type = KXPATH_CSCAN::_item;
 
     static void unpack(_KXRGBA c, int64_t* v) {
@@ -114,7 +115,19 @@ struct scan_rgba {
         return _KXRGBA{static_cast<uint8_t>(v[0]), static_cast<uint8_t>(v[1]),
                        static_cast<uint8_t>(v[2]), static_cast<uint8_t>(v[3])};
     }
-    static void put_item(item_type& it, const int64_t* v) { it.m_rgba = pack(v); }
+    // A null v clears the crossing's colour.
+    static void put_item(item_type& it, const int64_t* v) { it.m_rgba = v ? pack(v) : _KXRGBA{}; }
+    static uint32_t word(_KXRGBA c) {
+        uint32_t w;
+        std::memcpy(&w, &c, 4);
+        return w;
+    }
+    // The record's values as words, for ordering: crossing, left end, right end.
+    static void words(const item_type& it, uint32_t* w) {
+        w[0] = word(it.m_rgba);
+        w[1] = word(it.m_left_rgba);
+        w[2] = word(it.m_right_rgba);
+    }
     static void put_ends(item_type& it, _KXRGBA left, _KXRGBA right) {
         it.m_left_rgba = left;
         it.m_right_rgba = right;
@@ -135,13 +148,19 @@ struct scan_rgba {
 struct scan_index {
     static constexpr int kN = 1;
     using value_type = int32_t;
+    using scan_type = KXPATH_CSCAN2;
     using item_type = KXPATH_CSCAN2::_item;
 
     static void unpack(int32_t c, int64_t* v) { v[0] = c; }
     static int32_t pack(const int64_t* v) {
         return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(v[0])));
     }
-    static void put_item(item_type& it, const int64_t* v) { it.m_value = pack(v); }
+    static void put_item(item_type& it, const int64_t* v) { it.m_value = v ? pack(v) : 0; }
+    static void words(const item_type& it, uint32_t* w) {
+        w[0] = static_cast<uint32_t>(it.m_value);
+        w[1] = static_cast<uint32_t>(it.m_left_value);
+        w[2] = static_cast<uint32_t>(it.m_right_value);
+    }
     static void put_ends(item_type& it, int32_t left, int32_t right) {
         it.m_left_value = left;
         it.m_right_value = right;
@@ -297,10 +316,10 @@ bool scan_grow(Scan& s) {
     return true;
 }
 
-// A new record holding the piece's ends and no crossing; null (and the row
-// marked lost) if the row's store can't grow.
+// A new record without a crossing, holding the piece's ends if `pieces`;
+// null (and the row marked lost) if the row's store can't grow.
 template <class Value, class Scan>
-auto* scan_add_piece(Scan& s, int32_t x0, int32_t x1, typename Value::value_type c0,
+auto* scan_add_piece(Scan& s, bool pieces, int32_t x0, int32_t x1, typename Value::value_type c0,
                      typename Value::value_type c1) {
     decltype(s.m_items) it = nullptr;
     if (s.m_count >= s.m_capacity && !scan_grow(s)) {
@@ -308,31 +327,36 @@ auto* scan_add_piece(Scan& s, int32_t x0, int32_t x1, typename Value::value_type
         return it;
     }
     it = &s.m_items[s.m_count++];
-    // Cleared whole: the record is compared bytewise when a row is sorted.
-    std::memset(static_cast<void*>(it), 0, sizeof(*it));
-    const bool rightward = x0 <= x1;
-    it->m_left_x = rightward ? x0 : x1;
-    it->m_right_x = rightward ? x1 : x0;
-    Value::put_ends(*it, rightward ? c0 : c1, rightward ? c1 : c0);
+    it->m_x = 0;
+    it->m_dir = 0;
+    Value::put_item(*it, nullptr);
+    if (pieces) {
+        const bool rightward = x0 <= x1;
+        it->m_left_x = rightward ? x0 : x1;
+        it->m_right_x = rightward ? x1 : x0;
+        Value::put_ends(*it, rightward ? c0 : c1, rightward ? c1 : c0);
+    }
     return it;
 }
 
+// Records a piece; one that misses the centre line only if `pieces` (the
+// converter paints conservatively), since otherwise nothing reads it.
 template <class Value, class Scan>
 void scan_hline(Scan& s, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
-                typename Value::value_type c0, typename Value::value_type c1) {
+                typename Value::value_type c0, typename Value::value_type c1, bool pieces = true) {
     constexpr int N = Value::kN;
     // A piece of no height is a point on a row boundary: it enters no pixel.
     if (y0 == y1) return;
-    auto* piece = scan_add_piece<Value>(s, x0, x1, c0, c1);
-    if (!piece) return;
-    auto& it = *piece;
-
     // Order the ends by y so that both directions of an edge give one result.
     const bool down = y0 < y1;
     const int64_t xa = down ? x0 : x1, ya = down ? y0 : y1;
     const int64_t xb = down ? x1 : x0, yb = down ? y1 : y0;
     const int64_t yc = scan_cell_start(ya) + kScanHalf;
-    if (yc < ya || yc >= yb) return;
+    const bool crosses = yc >= ya && yc < yb;
+    if (!crosses && !pieces) return;
+    auto* piece = scan_add_piece<Value>(s, pieces, x0, x1, c0, c1);
+    if (!piece || !crosses) return;
+    auto& it = *piece;
     int64_t va[N], vb[N], v[N];
     Value::unpack(down ? c0 : c1, va);
     Value::unpack(down ? c1 : c0, vb);
@@ -358,10 +382,24 @@ void scan_hline(Scan& s, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
 // (x1, y1, c1) its end, both without origin. Rows receiving pieces widen
 // [first, last].
 
+// Hands a piece to its row: the converters' own rows record it directly,
+// keeping pieces that miss the centre line only if `pieces`; any other row
+// type (a test's recorder) through its hline.
+template <class Value, class Scan>
+void scan_put(Scan& s, bool pieces, int64_t x0, int64_t y0, int64_t x1, int64_t y1,
+              typename Value::value_type c0, typename Value::value_type c1) {
+    if constexpr (std::is_same_v<Scan, typename Value::scan_type>)
+        scan_hline<Value>(s, static_cast<int32_t>(x0), static_cast<int32_t>(y0),
+                          static_cast<int32_t>(x1), static_cast<int32_t>(y1), c0, c1, pieces);
+    else
+        s.hline(static_cast<int>(x0), static_cast<int>(y0), static_cast<int>(x1),
+                static_cast<int>(y1), c0, c1);
+}
+
 template <class Value, class Scan>
 void scan_edge(Scan* scans, int32_t rows, int32_t& first, int32_t& last, int32_t x0, int32_t y0,
-               typename Value::value_type c0, int32_t x1, int32_t y1,
-               typename Value::value_type c1) {
+               typename Value::value_type c0, int32_t x1, int32_t y1, typename Value::value_type c1,
+               bool pieces = true) {
     constexpr int N = Value::kN;
     int64_t X0 = x0, Y0 = y0, X1 = x1, Y1 = y1;
     int64_t DY = Y1 - Y0;
@@ -416,8 +454,7 @@ void scan_edge(Scan* scans, int32_t rows, int32_t& first, int32_t& last, int32_t
     first = static_cast<int32_t>(std::min<int64_t>(first, std::min(row0, row1)));
     last = static_cast<int32_t>(std::max<int64_t>(last, std::max(row0, row1)));
     if (row0 == row1) {
-        scans[row0].hline(static_cast<int>(X0), static_cast<int>(Y0), static_cast<int>(X1),
-                          static_cast<int>(Y1), Value::pack(V0), Value::pack(V1));
+        scan_put<Value>(scans[row0], pieces, X0, Y0, X1, Y1, Value::pack(V0), Value::pack(V1));
         return;
     }
 
@@ -443,8 +480,7 @@ void scan_edge(Scan* scans, int32_t rows, int32_t& first, int32_t& last, int32_t
     for (int64_t r = row0; r != row1; r += dir) {
         const int64_t xb = nx1 / DY + nx0 / DY;
         for (int k = 0; k < N; ++k) vb[k] = nv1[k] / DY + nv0[k] / DY;
-        scans[r].hline(static_cast<int>(xa), static_cast<int>(ya), static_cast<int>(xb),
-                       static_cast<int>(B), Value::pack(va), Value::pack(vb));
+        scan_put<Value>(scans[r], pieces, xa, ya, xb, B, Value::pack(va), Value::pack(vb));
         xa = xb;
         ya = B;
         for (int k = 0; k < N; ++k) {
@@ -456,19 +492,19 @@ void scan_edge(Scan* scans, int32_t rows, int32_t& first, int32_t& last, int32_t
         nx1 += sx1;
         nx0 -= sx0;
     }
-    scans[row1].hline(static_cast<int>(xa), static_cast<int>(ya), static_cast<int>(X1),
-                      static_cast<int>(Y1), Value::pack(va), Value::pack(V1));
+    scan_put<Value>(scans[row1], pieces, xa, ya, X1, Y1, Value::pack(va), Value::pack(V1));
 }
 
-// A horizontal edge at y (without origin) from x0 to x1. Inside a row it is
-// kept for painting; on a row boundary, or above or below the bitmap, it
-// enters no pixel. If the store can't grow the edge is left out, which can
-// only notch the outline.
+// A horizontal edge at y (without origin) from x0 to x1. Inside a row, and
+// when the converter paints conservatively, it is kept for painting; on a
+// row boundary, or above or below the bitmap, it enters no pixel. If the store can't grow the edge
+// is left out, which can only notch the outline.
 template <class Value, class Conv>
 void scan_flat(Conv& c, int32_t x0, int32_t x1, int32_t y, typename Value::value_type c0,
                typename Value::value_type c1) {
     using Item = std::remove_pointer_t<decltype(c.m_flats)>;
-    if (!c.m_scans || y <= 0 || int64_t{y} >= int64_t{c.m_rows} * kScanOne || (y & kScanFrac) == 0)
+    if (!c.m_conservative || !c.m_scans || y <= 0 || int64_t{y} >= int64_t{c.m_rows} * kScanOne ||
+        (y & kScanFrac) == 0)
         return;
     if (c.m_flat_count >= c.m_flat_cap) {
         const uint64_t want = uint64_t{c.m_flat_cap} + kScanGrow;
@@ -482,6 +518,7 @@ void scan_flat(Conv& c, int32_t x0, int32_t x1, int32_t y, typename Value::value
     const bool rightward = x0 <= x1;
     it.m_x = static_cast<int32_t>(scan_cell(y));
     it.m_dir = 0;
+    Value::put_item(it, nullptr);
     it.m_left_x = rightward ? x0 : x1;
     it.m_right_x = rightward ? x1 : x0;
     Value::put_ends(it, rightward ? c0 : c1, rightward ? c1 : c0);
@@ -491,26 +528,35 @@ void scan_flat(Conv& c, int32_t x0, int32_t x1, int32_t y, typename Value::value
 // Painting.
 
 // Crossings first, by x, then the pieces that cross no centre line; ties are
-// broken by the whole record, so that the order, and with it which piece
-// paints a pixel that several pieces enter, does not depend on the order in
-// which the edges arrived or on an earlier painting of the same outline.
-template <class Item>
+// broken by the rest of the record, so that the order, and with it which
+// piece paints a pixel that several pieces enter, does not depend on the
+// order in which the edges arrived or on an earlier painting of the outline.
+template <class Value, class Item>
 bool scan_before(const Item& a, const Item& b) {
     if ((a.m_dir == 0) != (b.m_dir == 0)) return b.m_dir == 0;
     if (a.m_x != b.m_x) return a.m_x < b.m_x;
-    return std::memcmp(&a, &b, sizeof(Item)) < 0;
+    if (a.m_dir != b.m_dir) return a.m_dir < b.m_dir;
+    uint32_t wa[3], wb[3];
+    Value::words(a, wa);
+    Value::words(b, wb);
+    if (wa[0] != wb[0]) return wa[0] < wb[0];
+    // Only a converter painting conservatively keeps the ends; otherwise
+    // records equal so far paint alike.
+    if (a.m_left_x != b.m_left_x) return a.m_left_x < b.m_left_x;
+    if (a.m_right_x != b.m_right_x) return a.m_right_x < b.m_right_x;
+    return std::lexicographical_compare(wa + 1, wa + 3, wb + 1, wb + 3);
 }
 
-template <class Item>
+template <class Value, class Item>
 void scan_sort(Item* items, uint32_t n) {
     if (n > 16) {
-        std::sort(items, items + n, scan_before<Item>);
+        std::sort(items, items + n, scan_before<Value, Item>);
         return;
     }
     for (uint32_t i = 1; i < n; ++i) {
         const Item it = items[i];
         uint32_t j = i;
-        for (; j > 0 && scan_before(it, items[j - 1]); --j) items[j] = items[j - 1];
+        for (; j > 0 && scan_before<Value>(it, items[j - 1]); --j) items[j] = items[j - 1];
         items[j] = it;
     }
 }
@@ -601,7 +647,7 @@ void scan_render(Conv& c, CKXBmp* dst, const typename Store::table_type* table) 
         auto& s = c.m_scans[r];
         if (s.m_count == 0 || (s.m_aux & kScanRowLost)) continue;
         uint8_t* row = dst->m_data + r * dst->m_stride;
-        scan_sort(s.m_items, s.m_count);
+        scan_sort<Value>(s.m_items, s.m_count);
         uint32_t n = 0;
         for (uint32_t k = 0; k < s.m_count; ++k) {
             if (outline) scan_piece<Value, Store>(row, dst->m_width, s.m_items[k], table);
