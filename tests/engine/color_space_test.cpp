@@ -6,6 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "engine/cs_family.h"
 #include "engine/cs_separation.h"
@@ -93,7 +96,8 @@ TEST(ColorSpaceParse, FamiliesAndRejects) {
 // hival to 255, and a short table reads 0. Separation /All is gray 255 - tint
 // and K = tint whatever the transform; /None is the paper; outputs the
 // transform leaves out are 0. Lab bytes are L * 2.55, a + 128 and b + 128 on
-// a Range of -128..127; the reference colours come out within a step.
+// a Range of -128..127; each result is within a step of the reference colour
+// noted beside it.
 TEST(ColorSpaces, Conversions) {
     CPDFXRefTable xref;
     fill(xref);
@@ -101,7 +105,9 @@ TEST(ColorSpaces, Conversions) {
     const char* d50 = "[/Lab << /WhitePoint [0.9642 1 0.8249] /Range [-128 127 -128 127] >>]";
     const char* bad = "[/Lab << /WhitePoint [0 1 -1] /Range [-128 127 -128 127] >>]";
     // clang-format off
-    const struct { const char* space; PDF_COLOR in; uint32_t rgb; uint32_t gray; uint32_t cmyk[4]; } cases[] = {
+    const struct {
+        const char* space; PDF_COLOR in; uint32_t rgb; uint32_t gray; uint32_t cmyk[4];
+    } cases[] = {
         {"/G", {{0x180}}, 0x808080, 128, {0, 0, 0, 127}},
         {"/CMYK", {{255, 0, 0, 0}}, 0x00ffff, 178, {255, 0, 0, 0}},
         {"/CMYK", {{100, 200, 50, 100}}, 0x370069, 28, {100, 200, 50, 100}},
@@ -111,15 +117,16 @@ TEST(ColorSpaces, Conversions) {
         {"[/Indexed /DeviceRGB 1 12 0 R]", {{1}}, 0x01ff01, 150, {254, 0, 0, 7}},
         {"[/Indexed /DeviceGray 3 13 0 R]", {{1}}, 0x202020, 32, {0, 0, 0, 223}},
         {"[/Indexed [/DeviceN [/None] /DeviceGray 1] 0 <80>]", {{0}}, 0xffffff, 255, {0, 0, 0, 0}},
-        {"[/DeviceN [/A /B /C] /DeviceRGB 21 0 R]", {{10, 20, 30}}, 0x0a141e, 18, {20, 10, 225, 7}},
+        {"[/DeviceN [/A /B /C] /DeviceRGB 21 0 R]", {{10, 20, 30}}, 0x0a141e, 18,
+         {20, 10, 225, 7}},
         {"[/Separation /S /DeviceRGB 20 0 R]", {{200}}, 0xc80000, 59, {0, 200, 55, 7}},
         {"[/Separation /All /DeviceGray 20 0 R]", {{200}}, 0x373737, 55, {0, 0, 0, 200}},
         {"[/Separation /None /DeviceGray 1]", {{255}}, 0xffffff, 255, {0, 0, 0, 0}},
-        {d65, {{51, 128, 128}}, 0x303030, 48, {0, 0, 0, 207}},  // dark gray: Y 0.02989, sRGB 48.3
+        {d65, {{51, 128, 128}}, 0x303030, 48, {0, 0, 0, 207}},  // Y 0.02989: sRGB 48.3
         {d50, {{138, 209, 198}}, 0xff0000, 76, {0, 255, 255, 0}},  // sRGB red
-        {d50, {{167, 141, 185}}, 0xc89532, 152, {0, 51, 150, 55}},  // ochre, 0xc89632
-        {bad, {{138, 209, 198}}, 0xff0000, 76, {0, 255, 255, 0}},  // an unusable white point: D50
-        {"[/Lab << >>]", {{255, 128, 128}}, 0xfffffe, 254, {0, 0, 1, 0}},  // D50, a and b +-100
+        {d50, {{167, 141, 185}}, 0xc89532, 152, {0, 51, 150, 55}},  // ochre 0xc89632
+        {bad, {{138, 209, 198}}, 0xff0000, 76, {0, 255, 255, 0}},  // read as D50
+        {"[/Lab << >>]", {{255, 128, 128}}, 0xfffffe, 254, {0, 0, 1, 0}},  // D50, a, b -100..100
     };
     // clang-format on
     for (const auto& c : cases) {
@@ -132,7 +139,8 @@ TEST(ColorSpaces, Conversions) {
         EXPECT_EQ(g, c.gray);
         PDF_COLOR out{{7, 7, 7, 7}};
         cs->get_cmyk(c.in, out);
-        EXPECT_TRUE(std::equal(c.cmyk, c.cmyk + 4, out.m_comps)) << out.m_comps[2];
+        EXPECT_EQ(std::vector<uint32_t>(out.m_comps, out.m_comps + 4),
+                  std::vector<uint32_t>(c.cmyk, c.cmyk + 4));
         // The batch loops over two samples of one, two or four bytes a
         // component, of which the leading bytes count, give the same pixels.
         const int32_t n = cs->m_comp_count;
@@ -143,7 +151,8 @@ TEST(ColorSpaces, Conversions) {
         cs->get_rgb(low, want);
         cs->get_gray(low, g);
         for (int width : {1, 2, 4}) {
-            for (int32_t i = 0; i < n; ++i) src[i] = src[n * width + i] = uint8_t(low.m_comps[i]);
+            for (int32_t i = 0; i < n; ++i)
+                src[i] = src[n * width + i] = static_cast<uint8_t>(low.m_comps[i]);
             std::fill(px, px + 8, _KXRGBA{1, 2, 3, 4});
             if (width == 1) cs->batch_rgb(px, src, 2 * n);
             if (width == 2) cs->batch_rgb2(px, src, 4 * n);

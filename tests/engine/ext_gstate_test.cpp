@@ -24,7 +24,7 @@ constexpr uint32_t kLW = CPDFExtGState::kHasLineWidth;
 TEST(ExtGState, Values) {
     CPDFXRefTable xref;
     // clang-format off
-    for (const auto& [num, text] : {std::pair{1, "0.25"}, {2, "/Multiply"}, {3, "<< /S /Luminosity >>"},
+    for (const auto& [num, text] : {std::pair{1, "0.25"}, {2, "/Multiply"}, {3, "<< /S /Alpha >>"},
                                     {4, "<< /CA 0.5 /LW 3 >>"}, {5, "[/Bogus 2 0 R]"}})
         test::add_object(xref, num, text);
     const struct {

@@ -52,8 +52,9 @@ constexpr int32_t kLimit = 0x800000;
 
 // Requests left empty are not checked. Capacity runs 1024, 3072, 7168, ...,
 // chunks doubling up to 64 KiB, and 8453120 is the first above 8 MiB: an
-// endless body keeps the 8387584 bytes read by then. The first read is made in full however long,
-// so a declared length above the limit is loaded whole with the probe behind it.
+// endless body keeps the 8387584 bytes read by then. The first read is made
+// in full however long, so a declared length above the limit is loaded whole
+// with the probe behind it.
 TEST(BufferLoad, ReadsAndSizes) {
     // clang-format off
     const struct {
@@ -73,7 +74,7 @@ TEST(BufferLoad, ReadsAndSizes) {
         {5000, 1024, 0, 4095, 2048, {1024, 1024}, "...but 4096 is above 4095", 0},
         {uint64_t{4} << 30, 0, 0, kLimit, 8387584, {}, "endless body stops at the limit", 0},
         {12 << 20, 0, 9 << 20, kLimit, (9 << 20) + 1024, {}, "declared above the limit", 0},
-        {10, 4, 0, kLimit, 1024 + 1024 + 2048 + 4096 + 5000, {}, "overclaims held to the request", 5000},
+        {10, 4, 0, kLimit, 1024 + 1024 + 2048 + 4096 + 5000, {}, "overclaims cut", 5000},
     };
     // clang-format on
     for (const auto& c : cases) {
