@@ -1,120 +1,210 @@
-// Seams of real meshes: a free-form fan and a lattice that tile a polygon
-// leave no pixel of it unpainted and paint nothing outside it, under a
-// rotated matrix, at positions that fall anywhere within the 1/128 grid.
+// Which pixels are painted where polygons meet. Painted by centres, triangles
+// that tile a region paint each of its pixels once; painted conservatively,
+// polygons leave no pixel of it unpainted even where their shared outlines
+// differ by a fraction of a pixel, and paint no pixel they share no area
+// with. Real meshes, a rotated lattice and two Coons patches, tile their
+// regions.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "mesh/mesh_test_util.h"
-#include "mesh/scan_test_util.h"
-#include "mesh/shading_free_form.h"
-#include "mesh/shading_lattice_form.h"
-#include "numeric/kxscan.h"
-#include "shading/bitmap.h"
 
-namespace shadepaint {
+namespace shadepaint::meshtest {
 namespace {
 
-using testing::BitWriter;
-using testing::Canvas;
-using testing::Doc;
-using testing::kOne;
-using testing::load_mesh;
-using testing::ShadingPtr;
+int64_t pick(std::mt19937& rng, int64_t n) { return static_cast<int64_t>(rng() % n); }
 
-constexpr int32_t kSize = 160;
-// Pixel centres this close (in 1/128 pixel, horizontally) to the outline may
-// go either way: rounding each corner moves a straight boundary run of
-// several vertices up to 1.4 units off its line at these slopes, the split
-// division at row boundaries places a crossing up to 2 units left, and the
-// crossing is rounded up.
-constexpr int64_t kMargin = 5;
+// Paints polygons one by one and counts, per pixel, how many painted it.
+struct Counter {
+    Canvas32 canvas{40, 32};
+    CKXPathCRender path;
+    int32_t ox, oy;
+    std::vector<int> counts = std::vector<int>(40 * 32);
+    Counter(int32_t x, int32_t y, bool conservative) : ox(x), oy(y) {
+        path.m_conservative = conservative;
+    }
+    void add(const std::vector<Corner>& poly) {
+        outline(path, poly, ox, oy, 32);
+        path.render_smooth(&canvas.bmp);
+        for (int32_t k = 0; k < 40 * 32; ++k)
+            counts[k] += std::exchange(canvas.px(k % 40, k / 40)[3], 0) != 0;
+    }
+    // By centres: every pixel clearly inside the rectangle painted once, every
+    // pixel clearly outside never, none twice. Conservatively: every pixel
+    // clearly inside painted, none sharing no area with it. Reports the first
+    // few bad pixels and counts them all.
+    int bad_pixels(int64_t x0, int64_t y0, int64_t x1, int64_t y1) const {
+        int bad = 0;
+        for (int32_t k = 0; k < 40 * 32; ++k) {
+            const Side side = classify({at(x0, y0), at(x1, y0), at(x1, y1), at(x0, y1)}, ox, oy,
+                                       k % 40, k / 40, 4, path.m_conservative);
+            const int n = counts[k];
+            const bool ok = side == Side::kOut  ? n == 0
+                            : side == Side::kIn ? n == 1 || (path.m_conservative && n > 1)
+                                                : path.m_conservative || n <= 1;
+            if (!ok && ++bad <= 5)
+                ADD_FAILURE() << "pixel " << k % 40 << "," << k / 40 << " painted " << n;
+        }
+        return bad;
+    }
+};
 
-// 30 degrees, scaled by 1.6, and moved into the bitmap.
-_KXMATRIX rotated() {
-    const auto fix = [](double v) { return KXFIX::from_raw(static_cast<int64_t>(v * kOne)); };
-    const double c = 1.6 * std::cos(0.5235987755982988), s = 1.6 * std::sin(0.5235987755982988);
-    return _KXMATRIX{fix(c), fix(s), fix(-s), fix(c), fix(50.37), fix(3.71)};
+// Cut positions from lo to hi at least `gap` apart, ends included.
+std::vector<int64_t> cuts(std::mt19937& rng, int64_t lo, int64_t hi, int64_t gap) {
+    std::vector<int64_t> v = {lo};
+    for (bool more = true; more && hi - v.back() >= 2 * gap; more = rng() % 3 != 0)
+        v.push_back(v.back() + gap + pick(rng, hi - v.back() - 2 * gap + 1));
+    v.push_back(hi);
+    return v;
 }
 
-scantest::Corner device(const _KXMATRIX& m, const PDF_MESH_VERTEX& v) {
-    _KXPOINTF p = v.m_pt;
-    m.transform_point(p);
-    return scantest::at(scan_from_kx_round(p.x), scan_from_kx_round(p.y));
-}
-
-// Paints s and compares every pixel with the exact inside test of outline.
-void expect_tiles(const CPDFShading& s, const _KXMATRIX& m,
-                  const std::vector<scantest::Corner>& outline) {
-    Canvas<CKXBmpGray> dst(kSize, kSize, 2 * kSize, 0);
-    Canvas<CKXBmp8> mask(kSize, kSize, kSize, 255);
-    ASSERT_EQ(s.render_to_bmpg(m, {0, 0}, mask.bmp, dst.bmp), 1);
-    int inside = 0;
-    for (int32_t y = 0; y < kSize; ++y) {
-        for (int32_t x = 0; x < kSize; ++x) {
-            const scantest::Side side = scantest::classify(outline, 0, 0, x, y, kMargin);
-            const bool painted = dst.px(x, y, 2)[1] != 0;
-            if (side == scantest::Side::kIn) {
-                ++inside;
-                ASSERT_TRUE(painted) << "hole at " << x << "," << y;
-            } else if (side == scantest::Side::kOut) {
-                ASSERT_FALSE(painted) << "spill at " << x << "," << y;
+// Rectangles cut into grids of quadrilaterals with inner corners moved a
+// little, each split along a random diagonal into triangles given in random
+// order and orientation. Every third mesh runs far out left and right, where
+// nothing is cut. Painted by centres, meshes stay within the bitmap's rows;
+// painted conservatively, they cross the top or bottom, where shared edges
+// are cut from either end and can disagree by a unit.
+TEST(PathCRenderSeam, GridTriangulations) {
+    std::mt19937 rng(20240611);
+    for (int trial = 0; trial < 150; ++trial) {
+        const int32_t ox = static_cast<int32_t>(pick(rng, 11)) - 5,
+                      oy = static_cast<int32_t>(pick(rng, 11)) - 5;
+        const bool conservative = trial % 2 == 1, wide = trial % 3 == 0;
+        Counter counter(ox, oy, conservative);
+        const int64_t x0 = ox * 128 + (wide ? -3000 - pick(rng, 100000) : pick(rng, 1200) - 600);
+        const int64_t y0 = oy * 128 + pick(rng, 600) - (conservative ? 2000 : 0);
+        const int64_t x1 = wide ? (ox + 40) * 128 + pick(rng, 100000) : x0 + 600 + pick(rng, 4000);
+        const int64_t y1 = y0 + 600 + pick(rng, trial % 4 == 1 ? 6000 : 2800);
+        const std::vector<int64_t> xs = cuts(rng, x0, x1, 300), ys = cuts(rng, y0, y1, 300);
+        std::vector<Corner> v;  // corner (i, j) at i * ys.size() + j
+        for (size_t k = 0; k < xs.size() * ys.size(); ++k) {
+            const size_t i = k / ys.size(), j = k % ys.size();
+            const bool inner = i > 0 && j > 0 && i + 1 < xs.size() && j + 1 < ys.size();
+            v.push_back(at(xs[i] + (inner ? pick(rng, 101) - 50 : 0),
+                           ys[j] + (inner ? pick(rng, 101) - 50 : 0)));
+        }
+        for (size_t k = 0; k < v.size(); ++k) {
+            if (k / ys.size() + 1 == xs.size() || k % ys.size() + 1 == ys.size()) continue;
+            const Corner &a = v[k], &b = v[k + ys.size()], &c = v[k + ys.size() + 1], &d = v[k + 1];
+            const bool diag = rng() & 1;
+            for (std::vector<Corner> t : {diag ? std::vector{a, b, c} : std::vector{a, b, d},
+                                          diag ? std::vector{a, c, d} : std::vector{b, c, d}}) {
+                if (rng() & 1) std::swap(t[1], t[2]);
+                std::rotate(t.begin(), t.begin() + rng() % 3, t.end());
+                counter.add(t);
             }
         }
+        ASSERT_EQ(counter.bad_pixels(x0, y0, x1, y1), 0) << "trial " << trial;
+    }
+}
+
+// Two strips of quadrilaterals meet along a seam bent by up to 0.9 pixel,
+// which each strip cuts into its own number of chords, as neighbouring
+// patches do: where the seam bends away from the coarser strip a sliver
+// between the two chains of chords belongs to neither, and the pixels it
+// crosses must still be painted. Painting by centres alone leaves pinholes
+// here; conservative painting must not.
+TEST(PathCRenderSeam, SeamsCutIntoDifferentChordsLeaveNoHole) {
+    std::mt19937 rng(77);
+    for (int trial = 0; trial < 60; ++trial) {
+        const bool across = trial % 2 == 1;  // the seam runs across the rows
+        const int64_t lo = 200 + pick(rng, 300), hi = lo + 2500 + pick(rng, 1000);
+        const int64_t a0 = 150 + pick(rng, 200), a1 = a0 + 1500 + pick(rng, 1500);
+        const double bulge = static_cast<double>(pick(rng, 231)) - 115;
+        const int n1 = 1 + static_cast<int>(pick(rng, 4)),
+                  n2 = n1 + 1 + static_cast<int>(pick(rng, 6));
+        // t runs along the seam from lo to hi, s across it from a0 to a1.
+        const auto corner = [&](int64_t t, int64_t s) { return across ? at(t, s) : at(s, t); };
+        const auto t_of = [&](int k, int n) { return lo + (hi - lo) * k / n; };
+        const auto s_of = [&](int64_t t) {
+            return (a0 + a1) / 2 +
+                   std::llround(bulge * std::sin(3.14159265358979 * static_cast<double>(t - lo) /
+                                                 static_cast<double>(hi - lo)));
+        };
+        Counter counter(0, 0, true);
+        for (int k = 0; k < n1 + n2; ++k) {
+            const int n = k < n1 ? n1 : n2, i = k < n1 ? k : k - n1;
+            const int64_t t0 = t_of(i, n), t1 = t_of(i + 1, n), side = k < n1 ? a0 : a1;
+            counter.add(
+                {corner(t0, side), corner(t0, s_of(t0)), corner(t1, s_of(t1)), corner(t1, side)});
+        }
+        const Corner c0 = corner(lo, a0), c1 = corner(hi, a1);
+        ASSERT_EQ(counter.bad_pixels(c0.x, c0.y, c1.x, c1.y), 0) << "trial " << trial;
+    }
+}
+
+// A lattice with its inner vertices moved at random and its boundary ones
+// sliding along the rectangle's sides, painted rotated by 30 degrees and
+// scaled by 1.6, at positions anywhere within the 1/128 grid: every pixel
+// inside the rectangle is painted, none outside. Pixel centres within 5/128
+// of the outline may go either way: rounding moves a corner up to 0.7 units,
+// the split division places a crossing up to 2 units left, and the crossing
+// is rounded up.
+TEST(MeshSeams, WarpedLatticeCoversItsRectangle) {
+    const uint32_t seed = std::random_device{}();
+    std::mt19937 rng(seed);
+    const auto jitter = [&](bool edge) {
+        return edge ? 0 : (static_cast<double>(rng() % 4001) - 2000) / 10000;
+    };
+    Bits w;
+    for (int k = 0; k < 63; ++k) {  // 7 rows of 9, over 54000 by 36000 raw units
+        const int i = k / 9, j = k % 9;
+        w.put(static_cast<uint32_t>((j + jitter(j == 0 || j == 8)) * 6750), 16);
+        w.put(static_cast<uint32_t>((i + jitter(i == 0 || i == 6)) * 6000), 16);
+        w.put(rng() & 0xFFFFFF, 24);
+    }
+    MeshDoc doc;
+    auto* s = doc.load<CPDFShadingLatticeForm>(
+        "/ShadingType 5 /ColorSpace /DeviceRGB /BitsPerCoordinate 16 /BitsPerComponent 8 "
+        "/VerticesPerRow 9 /Decode [0 100 0 100 0 1 0 1 0 1]",
+        w.bytes);
+    ASSERT_EQ(s->m_triangle_count, 96);
+    const double c = 1.6 * std::cos(3.14159265358979 / 6), sn = 0.8;
+    const _KXMATRIX m{fx(c), fx(sn), fx(-sn), fx(c), fx(50.37), fx(3.71)};
+    // The rectangle's corners: vertices (0, 0), (0, 8), (6, 8), (6, 0).
+    std::vector<Corner> region;
+    for (const PDF_MESH_VERTEX* v : {&s->m_triangles[0].m_v[0], &s->m_triangles[14].m_v[1],
+                                     &s->m_triangles[95].m_v[2], &s->m_triangles[80].m_v[2]}) {
+        _KXPOINTF p = v->m_pt;
+        m.transform_point(p);
+        region.push_back(at(scan_from_kx_round(p.x), scan_from_kx_round(p.y)));
+    }
+    CanvasGray dst(160, 160);
+    Mask mask(160, 160);
+    ASSERT_EQ(s->render_to_bmpg(m, {0, 0}, mask.bmp, dst.bmp), 1);
+    int inside = 0;
+    for (int32_t k = 0; k < 160 * 160; ++k) {
+        const Side side = classify(region, 0, 0, k % 160, k / 160, 5);
+        inside += side == Side::kIn;
+        ASSERT_TRUE(side == Side::kNear ||
+                    (dst.px(k % 160, k / 160)[1] != 0) == (side == Side::kIn))
+            << "seed " << seed << " pixel " << k % 160 << "," << k / 160;
     }
     EXPECT_GT(inside, 2000);
 }
 
-TEST(MeshSeams, WarpedLatticeCoversItsRectangle) {
-    const uint32_t seed = std::random_device{}();
-    SCOPED_TRACE(::testing::Message() << "seed " << seed);
-    std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> jitter(-0.2, 0.2);
-    const int kRows = 7, kCols = 9;
-    // The rectangle 0..54000 x 0..36000 in raw 16-bit units; boundary
-    // vertices keep their edge's coordinate exactly and slide along it.
-    const double step_x = 54000.0 / (kCols - 1), step_y = 36000.0 / (kRows - 1);
-    BitWriter w;
-    for (int i = 0; i < kRows; ++i) {
-        for (int j = 0; j < kCols; ++j) {
-            double x = j * step_x, y = i * step_y;
-            if (i != 0 && i != kRows - 1 && j != 0 && j != kCols - 1) {
-                x += jitter(rng) * step_x;
-                y += jitter(rng) * step_y;
-            } else if (i == 0 || i == kRows - 1) {
-                if (j != 0 && j != kCols - 1) x += jitter(rng) * step_x;
-            } else {
-                y += jitter(rng) * step_y;
-            }
-            w.put(static_cast<uint32_t>(x), 16).put(static_cast<uint32_t>(y), 16);
-            w.put(rng() & 255, 8).put(rng() & 255, 8).put(rng() & 255, 8);
-        }
-    }
-    Doc doc;
-    ShadingPtr h;
-    auto* s = load_mesh<CPDFShadingLatticeForm>(
-        doc, h,
-        "/ShadingType 5 /ColorSpace /DeviceRGB /BitsPerCoordinate 16 /BitsPerComponent 8 "
-        "/VerticesPerRow " +
-            std::to_string(kCols) + " /Decode [0 100 0 100 0 1 0 1 0 1]",
-        w.str());
-    ASSERT_NE(s, nullptr);
-    ASSERT_EQ(s->m_triangle_count, 2 * (kRows - 1) * (kCols - 1));
-    const _KXMATRIX m = rotated();
-    // Corners: cell (0, 0)'s a and b, the last cell's d, the last strip's
-    // first c.
-    const PDF_MESH_TRIANGLE* t = s->m_triangles;
-    const int last = s->m_triangle_count - 1;
-    const int last_strip = 2 * (kRows - 2) * (kCols - 1);
-    const std::vector<scantest::Corner> outline = {
-        device(m, t[0].m_v[0]), device(m, t[2 * (kCols - 2)].m_v[1]), device(m, t[last].m_v[2]),
-        device(m, t[last_strip].m_v[2])};
-    expect_tiles(*s, m, outline);
+// Two Coons patches share a side bent into the second, which cuts it into
+// more steps (its far side is longer): the chords of the first patch run
+// inside those of the second, and the sliver between them must not show.
+TEST(CoonsRender, SharedSideCutDifferentlyLeavesNoHole) {
+    const _KXRGBA red[4] = {rgba(255, 0, 0), rgba(255, 0, 0), rgba(255, 0, 0), rgba(255, 0, 0)};
+    auto a = coons_box(4, 4, 30, 60, red), b = coons_box(30, 4, 60, 60, red);
+    a.m_pts[7].x = a.m_pts[8].x = b.m_pts[1].x = b.m_pts[2].x = fx(36);
+    b.m_pts[7].x = b.m_pts[8].x = fx(100);
+    ASSERT_NE(a.get_vt(_KXMATRIX::identity()), b.get_vt(_KXMATRIX::identity()));
+    CPDFShadingCoons s(nullptr);
+    set_groups(s, std::vector{a, b});
+    Mask mask(64, 64);
+    Canvas32 dst(64, 64);
+    ASSERT_EQ(s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, dst.bmp), 1);
+    for (int32_t k = 0; k < 56 * 56; ++k)
+        ASSERT_NE(dst.colour(4 + k % 56, 4 + k / 56).a, 0) << k % 56 + 4 << "," << k / 56 + 4;
 }
 
 }  // namespace
-}  // namespace shadepaint
+}  // namespace shadepaint::meshtest

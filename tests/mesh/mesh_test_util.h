@@ -1,93 +1,230 @@
-// Shared by the mesh tests: a bit writer for stream bodies, mesh streams as
-// document objects, and readable access to the triangle stores.
+// Shared by the mesh tests: mesh streams written bit by bit and loaded from a
+// document, patch records built by hand, bitmaps with guard bytes, and the
+// scan converters driven the way the shadings drive them, with a reference
+// for what they should paint.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "engine/kxalloc.h"
+#include "engine/xref_table.h"
+#include "mesh/path_crender.h"
+#include "mesh/path_crender2.h"
+#include "mesh/shading_coons.h"
 #include "mesh/shading_free_form.h"
-#include "numeric/kxfix.h"
-#include "shading/shading_test_util.h"
+#include "mesh/shading_lattice_form.h"
+#include "mesh/shading_tensor.h"
+#include "numeric/kxmatrix.h"
+#include "numeric/kxscan.h"
+#include "shading/bitmap.h"
+#include "test_objects.h"
 
-namespace shadepaint::testing {
+namespace shadepaint::meshtest {
 
-// Fields most significant bit first, packed without regard to bytes.
-class BitWriter {
-public:
-    BitWriter& put(uint64_t value, int32_t width) {
-        for (int32_t k = width - 1; k >= 0; --k) put_bit((value >> k) & 1);
+using test::AllocFailGuard;
+
+// Raw value of a number of device or shading units.
+constexpr int64_t raw(double v) { return static_cast<int64_t>(v * kKxOne); }
+inline KXFIX fx(double v) { return KXFIX::from_raw(raw(v)); }
+inline _KXPOINTF pt_raw(int64_t x, int64_t y) { return {KXFIX::from_raw(x), KXFIX::from_raw(y)}; }
+inline _KXRGBA rgba(int r, int g, int b, int a = 255) {
+    return _KXRGBA{static_cast<uint8_t>(b), static_cast<uint8_t>(g), static_cast<uint8_t>(r),
+                   static_cast<uint8_t>(a)};
+}
+inline uint32_t word(_KXRGBA c) {
+    uint32_t w;
+    std::memcpy(&w, &c, sizeof(w));
+    return w;
+}
+inline _KXMATRIX scale(double sx, double sy, double ex = 0, double ey = 0) {
+    return _KXMATRIX{fx(sx), KXFIX{0}, KXFIX{0}, fx(sy), fx(ex), fx(ey)};
+}
+
+// A mesh bit stream: fields most significant bit first, packed across bytes.
+struct Bits {
+    std::string bytes;
+    int used = 8;  // bits of the last byte filled
+    Bits& put(uint64_t value, int n) {
+        for (int k = n - 1; k >= 0; --k, ++used) {
+            if (used == 8) bytes.push_back('\0'), used = 0;
+            if ((value >> k) & 1) bytes.back() = static_cast<char>(bytes.back() | (0x80 >> used));
+        }
         return *this;
     }
-    // Zero bits up to the next byte boundary.
-    BitWriter& pad() {
-        while (m_bits % 8 != 0) put_bit(0);
-        return *this;
-    }
-    BitWriter& bytes(const std::vector<uint8_t>& b) {
-        for (uint8_t v : b) put(v, 8);
-        return *this;
-    }
-    std::string str() const { return std::string(m_data.begin(), m_data.end()); }
-    size_t size() const { return m_data.size(); }
-    // The first n bytes, for streams cut short.
-    std::string first(size_t n) const { return str().substr(0, n); }
-
-private:
-    void put_bit(uint64_t bit) {
-        if (m_bits % 8 == 0) m_data.push_back(0);
-        if (bit) m_data.back() = static_cast<char>(m_data.back() | (0x80 >> (m_bits % 8)));
-        ++m_bits;
-    }
-    std::vector<char> m_data;
-    size_t m_bits = 0;
+    Bits& align() { return used = 8, *this; }
 };
 
-// A stream object: the dictionary entries, then the body as it stands.
-inline std::string stream_text(const std::string& entries, const std::string& body) {
-    return "<< " + entries + " /Length " + std::to_string(body.size()) + " >>\nstream\n" + body +
-           "\nendstream";
+struct ShadingDeleter {
+    void operator()(CPDFShading* s) const { delete s; }
+};
+using ShadingPtr = std::unique_ptr<CPDFShading, ShadingDeleter>;
+
+// A shading stream as indirect object 1, made by the factory through a
+// reference; the document keeps the shading it made last.
+struct MeshDoc {
+    CPDFXRefTable xref;
+    ShadingPtr made;
+    void add(const std::string& keys, const std::string& body) {
+        const std::string text = "<<" + keys + " /Length " + std::to_string(body.size()) +
+                                 ">>stream\n" + body + "\nendstream";
+        EXPECT_TRUE(xref.set_object(1, text.data(), text.size())) << keys;
+    }
+    ShadingPtr shading() {
+        CPDFObj ref = test::make_ref(1);
+        return ShadingPtr(CPDFShading::parser_shading(&xref, &ref));
+    }
+    // Made and loaded as the class T; null if it isn't one.
+    template <class T>
+    T* load(const std::string& keys, const std::string& body) {
+        add(keys, body);
+        made = shading();
+        T* s = dynamic_cast<T*>(made.get());
+        if (s) s->load();
+        return s;
+    }
+};
+
+// Pixels in a vector, rows padded past their width, a guard byte behind the
+// last row: writes outside the picture show in guards_intact.
+template <class Bmp, int kBytes>
+struct Canvas {
+    static constexpr uint8_t kGuard = 0x5a;
+    std::vector<uint8_t> bytes;
+    Bmp bmp;
+    Canvas(int32_t w, int32_t h, uint8_t fill = 0, int32_t pad = 3)
+        : bytes(static_cast<size_t>((w * kBytes + pad) * h + 1), kGuard),
+          bmp(bytes.data(), w, h, w * kBytes + pad) {
+        for (int32_t y = 0; y < h; ++y)
+            std::memset(px(0, y), fill, static_cast<size_t>(w * kBytes));
+    }
+    uint8_t* px(int32_t x, int32_t y) {
+        return &bytes[static_cast<size_t>(y * bmp.m_stride + x * kBytes)];
+    }
+    _KXRGBA colour(int32_t x, int32_t y) {
+        return rgba(px(x, y)[2], px(x, y)[1], px(x, y)[0], px(x, y)[3]);
+    }
+    bool guards_intact() {
+        for (int32_t y = 0; y < bmp.m_height; ++y)
+            for (int32_t b = bmp.m_width * kBytes; b < bmp.m_stride; ++b)
+                if (bytes[static_cast<size_t>(y * bmp.m_stride + b)] != kGuard) return false;
+        return bytes.back() == kGuard;
+    }
+};
+using Canvas32 = Canvas<CKXBmp32, 4>;
+using CanvasGray = Canvas<CKXBmpGray, 2>;
+struct Mask : Canvas<CKXBmp8, 1> {
+    Mask(int32_t w, int32_t h, uint8_t coverage = 255) : Canvas(w, h, coverage, 0) {}
+};
+
+// k thirds of the way from a to b, the far end exactly.
+inline int64_t third(int64_t a, int64_t b, int k) { return k == 3 ? b : a + (b - a) * k / 3; }
+
+// Patch records over the box (x0, y0) to (x1, y1) with straight sides and
+// control points at the thirds. Coons: u runs along x, v along y; tensor: net
+// entry 4r + c lies r / 3 of the way along x and c / 3 along y.
+inline CPDFShadingCoons::_group coons_box_raw(int64_t x0, int64_t y0, int64_t x1, int64_t y1,
+                                              const _KXRGBA (&c)[4]) {
+    CPDFShadingCoons::_group g = {};
+    const auto at = [&](int k, int l) { return pt_raw(third(x0, x1, k), third(y0, y1, l)); };
+    // 0-3 up the u = 0 side, 3-6 along v = 1, 6-9 down u = 1, 9-0 along v = 0.
+    for (int k = 0; k < 4; ++k)
+        g.m_pts[k] = at(0, k), g.m_pts[3 + k] = at(k, 3), g.m_pts[6 + k] = at(3, 3 - k);
+    g.m_pts[10] = at(2, 0);
+    g.m_pts[11] = at(1, 0);
+    std::copy(c, c + 4, g.m_rgba);
+    return g;
+}
+inline CPDFShadingCoons::_group coons_box(double x0, double y0, double x1, double y1,
+                                          const _KXRGBA (&c)[4]) {
+    return coons_box_raw(raw(x0), raw(y0), raw(x1), raw(y1), c);
+}
+inline CPDFShadingTensor::_group tensor_box(double x0, double y0, double x1, double y1,
+                                            const _KXRGBA (&c)[4]) {
+    CPDFShadingTensor::_group g = {};
+    for (int k = 0; k < 16; ++k)
+        g.m_pts[k] = pt_raw(third(raw(x0), raw(x1), k / 4), third(raw(y0), raw(y1), k % 4));
+    std::copy(c, c + 4, g.m_rgba);
+    return g;
 }
 
-// The shading in object 1 of the document, made and loaded through a
-// reference, so that the body lives as long as the document.
-template <class T>
-T* load_mesh(Doc& doc, ShadingPtr& holder, const std::string& entries, const std::string& body) {
-    doc.add(1, stream_text(entries, body));
-    return doc.load<T>(holder, "1 0 R");
+// Puts records into a shading's store as load would leave them.
+template <class Shading, class Group>
+void set_groups(Shading& s, const std::vector<Group>& groups) {
+    s.m_groups = static_cast<Group*>(KXRealloc(s.m_groups, groups.size() * sizeof(Group)));
+    std::copy(groups.begin(), groups.end(), s.m_groups);
+    s.m_group_count = s.m_group_cap = static_cast<int32_t>(groups.size());
 }
 
-// Vertex positions as whole numbers (the tests' Decode ranges make one raw
-// step one unit) and colours.
-struct V {
+// ---------------------------------------------------------------------------
+// Scan converters.
+
+inline int32_t low32(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(v)); }
+
+// A corner in absolute 1/128 pixel (origin included), with its colour or value.
+struct Corner {
     int64_t x, y;
-    uint8_t r, g, b;
+    _KXRGBA c;
+    int32_t v;
 };
-
-inline void expect_vertex(const PDF_MESH_VERTEX& v, const V& want) {
-    EXPECT_EQ(v.m_pt.x.m_raw, want.x * kOne);
-    EXPECT_EQ(v.m_pt.y.m_raw, want.y * kOne);
-    EXPECT_EQ(v.m_rgba.r, want.r);
-    EXPECT_EQ(v.m_rgba.g, want.g);
-    EXPECT_EQ(v.m_rgba.b, want.b);
+inline Corner at(int64_t x, int64_t y, _KXRGBA c = {0, 0, 0, 255}, int32_t v = 0) {
+    return Corner{x, y, c, v};
 }
 
-inline void expect_triangle(const PDF_MESH_TRIANGLE& t, const V& a, const V& b, const V& c) {
-    const V* want[3] = {&a, &b, &c};
-    for (int k = 0; k < 3; ++k) {
-        SCOPED_TRACE(::testing::Message() << "vertex " << k);
-        expect_vertex(t.m_v[k], *want[k]);
+// Opens, fills and closes a polygon as the meshes do; origin in pixels.
+inline void start(CKXPathCRender& p, const Corner& c) { p.m_start_rgba = p.m_cur_rgba = c.c; }
+inline void start(CKXPathCRender2& p, const Corner& c) { p.m_start_value = p.m_cur_value = c.v; }
+inline _KXRGBA value(const CKXPathCRender&, const Corner& c) { return c.c; }
+inline int32_t value(const CKXPathCRender2&, const Corner& c) { return c.v; }
+template <class Path>
+void outline(Path& p, const std::vector<Corner>& pts, int32_t ox, int32_t oy, int32_t height) {
+    p.begin(0, 0, 0);
+    p.begin(scan_from_pixels(ox), scan_from_pixels(oy), height);
+    p.m_start_x = p.m_cur_x = low32(pts[0].x - p.m_org_x);
+    p.m_start_y = p.m_cur_y = low32(pts[0].y - p.m_org_y);
+    start(p, pts[0]);
+    for (size_t i = 1; i <= pts.size(); ++i) {
+        const Corner& c = pts[i % pts.size()];
+        p.line_to(low32(c.x), low32(c.y), value(p, c));
     }
 }
 
-// An all-zero slot: never written.
-inline bool is_blank(const PDF_MESH_TRIANGLE& t) {
-    const auto* p = reinterpret_cast<const unsigned char*>(&t);
-    for (size_t i = 0; i < sizeof t; ++i)
-        if (p[i] != 0) return false;
-    return true;
+// What a reference says of a pixel.
+enum class Side { kOut, kIn, kNear };
+
+// Pixel (i, j) of a bitmap at origin (ox, oy) pixels against a convex
+// polygon: kIn when its centre lies more than `margin` units (1/128 pixel)
+// inside every edge, kOut when more than `margin` outside one, and kNear in
+// between, where the converter's rounding may decide either way. With `area`,
+// for conservative painting of a rectangle, an outside pixel is kOut only
+// when its square, grown by `margin`, misses the rectangle.
+inline Side classify(const std::vector<Corner>& pts, int64_t ox, int64_t oy, int64_t i, int64_t j,
+                     double margin, bool area = false) {
+    const auto x = [&](size_t k) { return static_cast<double>(pts[k % pts.size()].x); };
+    const auto y = [&](size_t k) { return static_cast<double>(pts[k % pts.size()].y); };
+    const double cx = static_cast<double>((ox + i) * 128 + 64);
+    const double cy = static_cast<double>((oy + j) * 128 + 64);
+    // The turn at corner 1 tells the polygon's orientation.
+    const double turn = (x(1) - x(0)) * (y(2) - y(1)) - (y(1) - y(0)) * (x(2) - x(1));
+    double inside = INFINITY;
+    for (size_t k = 0; k < pts.size(); ++k) {
+        const double dx = x(k + 1) - x(k), dy = y(k + 1) - y(k);
+        const double d = (dx * (cy - y(k)) - dy * (cx - x(k))) / std::hypot(dx, dy);
+        inside = std::min(inside, turn > 0 ? d : -d);
+    }
+    if (inside > margin) return Side::kIn;
+    if (!area) return inside < -margin ? Side::kOut : Side::kNear;
+    const double r = 64 + margin;  // half a pixel and the margin
+    const bool apart = cx + r < std::min(x(0), x(2)) || cx - r > std::max(x(0), x(2)) ||
+                       cy + r < std::min(y(0), y(2)) || cy - r > std::max(y(0), y(2));
+    return apart ? Side::kOut : Side::kNear;
 }
 
-}  // namespace shadepaint::testing
+}  // namespace shadepaint::meshtest

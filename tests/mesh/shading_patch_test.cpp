@@ -1,0 +1,419 @@
+// The patch meshes, Coons and tensor: the stream into self-contained patch
+// records, the step rule, curve and surface evaluation, grid colours, and
+// painting.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "mesh/mesh_test_util.h"
+
+namespace shadepaint::meshtest {
+namespace {
+
+using Coons = CPDFShadingCoons::_group;
+using Tensor = CPDFShadingTensor::_group;
+
+// Coordinates of 8 bits over Decode 0 to 255: a raw field r is the point r.0.
+std::string keys(int type, int flag_bits = 8) {
+    return "/ShadingType " + std::to_string(type) +
+           " /ColorSpace /DeviceRGB /BitsPerCoordinate 8 /BitsPerComponent 8 /Decode [0 255 0 255 "
+           "0 1 0 1 0 1]" + (flag_bits ? " /BitsPerFlag " + std::to_string(flag_bits) : "");
+}
+
+// A patch of the stream: the flag, then point k of those read at (x0 + k,
+// y0 + k), then colour k at (r0 + 10 k, r0 + 10 k + 1, r0 + 10 k + 2). A new
+// patch has `points` points and 4 colours, a continuation 4 and 2 fewer.
+void patch(Bits& b, int bits, uint32_t flag, int points, int x0, int y0, int r0) {
+    const bool whole = (flag & 3) == 0;
+    b.put(flag, bits);
+    for (int k = 0; k < points - (whole ? 0 : 4); ++k)
+        b.put((x0 + k) & 255, 8).put((y0 + k) & 255, 8);
+    for (int k = 0; k < (whole ? 12 : 6); ++k) b.put(r0 + 10 * (k / 3) + k % 3, 8);
+    b.align();
+}
+
+template <class Group>
+int px(const Group& g, int k) {
+    return static_cast<int>(g.m_pts[k].x.m_raw >> kKxFracBits);
+}
+
+// Flags 1 to 3 take the previous patch's side walked in the same direction,
+// with both the colour and the colour word of its two corners; flags 4 to 7
+// count by their two low bits. The store grows by four records; data that
+// ends one byte into a patch gives a last record of all-ones fields.
+TEST(CoonsLoad, SharedEdgesGrowthAndCutTail) {
+    Bits b;
+    patch(b, 8, 4, 12, 10, 50, 1);    // flag 0
+    patch(b, 8, 5, 12, 100, 0, 200);  // 1: points 4-11 at 100..107, colours 200, 210
+    patch(b, 8, 6, 12, 200, 0, 220);  // 2
+    patch(b, 8, 7, 12, 300, 0, 240);  // 3
+    patch(b, 8, 0, 12, 0, 0, 0);
+    b.put(0, 8);
+    MeshDoc doc;
+    auto* s = doc.load<CPDFShadingCoons>(keys(6), b.bytes);
+    ASSERT_NE(s, nullptr);
+    ASSERT_EQ(s->m_group_count, 6);
+    EXPECT_EQ(s->m_group_cap, 8);
+    // clang-format off
+    const int want[4][16] = {  // x of points 0 to 11, red of corners 0 to 3
+        {10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 1, 11, 21, 31},
+        {13, 14, 15, 16, 100, 101, 102, 103, 104, 105, 106, 107, 11, 21, 200, 210},
+        {102, 103, 104, 105, 200, 201, 202, 203, 204, 205, 206, 207, 200, 210, 220, 230},
+        {205, 206, 207, 102, 44, 45, 46, 47, 48, 49, 50, 51, 230, 200, 240, 250},
+    };
+    // clang-format on
+    for (int r = 0; r < 4; ++r) {
+        const Coons& g = s->m_groups[r];
+        for (int k = 0; k < 12; ++k) EXPECT_EQ(px(g, k), want[r][k] & 255) << r << ": " << k;
+        for (int k = 0; k < 4; ++k) {
+            const int red = want[r][12 + k];
+            EXPECT_EQ(g.m_clr[k].m_comps[2], red + 2u) << r << ": " << k;
+            EXPECT_EQ(word(g.m_rgba[k]), word(rgba(red, red + 1, red + 2))) << r << ": " << k;
+        }
+    }
+    for (const _KXRGBA& c : s->m_groups[5].m_rgba) EXPECT_EQ(word(c), 0xFFFFFFFFu);
+}
+
+// The flag is BitsPerFlag bits at a byte boundary, the first point directly
+// behind it; without BitsPerFlag no bits are read and every patch is new. A
+// first patch that continues nothing takes its side and corners from zeros.
+TEST(CoonsLoad, FlagWidthsAndFirstContinuation) {
+    // clang-format off
+    const int cases[][5] = {  // flag bits, first flag, second flag; second's points 0 and 4
+        {2, 0, 3, 19, 77},  // a flag 3 in the top bits of 0xC0, its points from bit 2
+        {0, 0, 0, 77, 81},
+        {8, 1, 0, 77, 81},
+        {8, 3, 0, 77, 81},
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        SCOPED_TRACE(::testing::Message() << c[0] << " bits, flags " << c[1] << ", " << c[2]);
+        Bits b;
+        patch(b, c[0], c[1], 12, 10, 10, 100);
+        patch(b, c[0], c[2], 12, 77, 10, 0);
+        MeshDoc doc;
+        auto* s = doc.load<CPDFShadingCoons>(keys(6, c[0]), b.bytes);
+        ASSERT_NE(s, nullptr);
+        ASSERT_EQ(s->m_group_count, 2);
+        EXPECT_EQ(px(s->m_groups[1], 0), c[3]);
+        EXPECT_EQ(px(s->m_groups[1], 4), c[4]);
+        const Coons& g = s->m_groups[0];
+        if (c[1] == 0) continue;
+        for (int k = 0; k < 4; ++k) EXPECT_EQ(g.m_pts[k].x.m_raw | g.m_pts[k].y.m_raw, 0);
+        EXPECT_EQ(word(g.m_rgba[0]) | word(g.m_rgba[1]) | g.m_clr[1].m_comps[0], 0u);
+        EXPECT_EQ(word(g.m_rgba[2]), word(rgba(100, 101, 102)));
+    }
+}
+
+// Points 1 to 16 in stream order fill the grid as a spiral from the outside
+// in; a continuation's row 0 is a side of the patch before, whose colours
+// come along but not their colour words: m_rgba[0] and [1] stay 0.
+TEST(TensorLoad, SpiralAndSharedSides) {
+    const int spiral[16] = {1, 2, 3, 4, 12, 13, 14, 5, 11, 16, 15, 6, 10, 9, 8, 7};
+    // clang-format off
+    const int cases[][7] = {  // flag, x of the new row 0, first's corners shared
+        {1, 4, 5, 6, 7, 1, 2},
+        {2, 7, 8, 9, 10, 2, 3},
+        {3, 10, 11, 12, 1, 3, 0},
+        {7, 10, 11, 12, 1, 3, 0},
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c[0]);
+        Bits b;
+        patch(b, 8, 4, 16, 1, 201, 10);  // flag 4 counts as 0
+        patch(b, 8, c[0], 16, 101, 0, 100);
+        MeshDoc doc;
+        auto* s = doc.load<CPDFShadingTensor>(keys(7), b.bytes);
+        ASSERT_NE(s, nullptr);
+        ASSERT_EQ(s->m_group_count, 2);
+        const Tensor &first = s->m_groups[0], &next = s->m_groups[1];
+        for (int k = 0; k < 16; ++k) {
+            EXPECT_EQ(px(first, k), spiral[k]) << k;
+            EXPECT_EQ(first.m_pts[k].y.m_raw, raw(200 + spiral[k])) << k;
+            EXPECT_EQ(px(next, k), k < 4 ? c[1 + k] : 96 + spiral[k]) << k;
+        }
+        for (int k = 0; k < 2; ++k) {
+            EXPECT_EQ(next.m_clr[k].m_comps[2], first.m_clr[c[5 + k]].m_comps[2]) << k;
+            EXPECT_EQ(word(next.m_rgba[k]), 0u) << k;
+        }
+        EXPECT_EQ(word(next.m_rgba[2]), word(rgba(100, 101, 102)));
+    }
+}
+
+// A first patch that continues nothing takes zeros; the store grows by four
+// records; a last patch cut one byte in is stored with all-ones colours.
+TEST(TensorLoad, FirstContinuationGrowthAndCutTail) {
+    Bits b;
+    patch(b, 8, 1, 16, 50, 0, 60);
+    for (int k = 1; k < 5; ++k) patch(b, 8, 0, 16, k, k, k);
+    b.put(0, 8);
+    MeshDoc doc;
+    auto* s = doc.load<CPDFShadingTensor>(keys(7), b.bytes);
+    ASSERT_NE(s, nullptr);
+    ASSERT_EQ(s->m_group_count, 6);
+    EXPECT_EQ(s->m_group_cap, 8);
+    const Tensor& g = s->m_groups[0];
+    for (int k = 0; k < 4; ++k) EXPECT_EQ(g.m_pts[k].x.m_raw | g.m_pts[k].y.m_raw, 0) << k;
+    EXPECT_EQ(g.m_clr[0].m_comps[0] | g.m_clr[1].m_comps[0], 0u);
+    EXPECT_EQ(px(g, 7), 50);
+    for (const _KXRGBA& c : s->m_groups[5].m_rgba) EXPECT_EQ(word(c), 0xFFFFFFFFu);
+}
+
+const _KXRGBA kRed = rgba(255, 0, 0);
+const _KXRGBA kSolid[4] = {kRed, kRed, kRed, kRed};
+const _KXRGBA kQuad[4] = {rgba(255, 0, 0), rgba(0, 255, 0), rgba(0, 0, 255), rgba(0, 0, 0)};
+
+// Coons steps: the device box of each curve's control points, width plus
+// height over 16 (u) or 8 (v), rounded up; the larger curve decides. A scale
+// of 8 keeps every raw unit of the sizes.
+TEST(CoonsSteps, BoxThresholds) {
+    // clang-format off
+    const int64_t cases[][5] = {  // box width, height (raw), scale, ut, vt
+        {raw(2), raw(2), 8, 1, 2},      // 16.0 exactly: one u step, but two v steps
+        {raw(2) + 2, raw(1), 8, 2, 1},  // 16.0 plus 16 raw: two u steps; 8.0: one v step
+        {raw(2), raw(1) + 1, 8, 1, 2},  // 8.0 plus 8 raw: two v steps
+        {15, 7, 1, 0, 0},               // below 16 and 8 raw units: no steps
+        {16, 8, 1, 1, 1},
+        {raw(2), raw(2), 0, 0, 0},      // a matrix that scales by zero
+    };
+    // clang-format on
+    for (const auto& c : cases) {
+        const Coons g = coons_box_raw(0, 0, c[0], c[1], kSolid);
+        const _KXMATRIX m = scale(static_cast<double>(c[2]), static_cast<double>(c[2]));
+        EXPECT_EQ(g.get_ut(m), c[3]) << c[0] << " by " << c[1];
+        EXPECT_EQ(g.get_vt(m), c[4]) << c[0] << " by " << c[1];
+    }
+    Coons g = coons_box(0, 0, 1, 1, kSolid);
+    g.m_pts[4].y = fx(3);  // the u curve at v = 1 bulges: box 16 by 32
+    EXPECT_EQ(g.get_ut(scale(16, 16)), 3);
+    g.m_pts[8].x = fx(-1);  // the v curve at u = 1: box 32 by 16
+    EXPECT_EQ(g.get_vt(scale(16, 16)), 6);
+}
+
+struct KXFreeDeleter {
+    void operator()(_KXPOINTF* p) const { KXFree(p); }
+};
+using Curves = std::unique_ptr<_KXPOINTF, KXFreeDeleter>;
+
+// Curves are sampled as one de Casteljau step divided by N, then the
+// quadratic form divided by N squared: the plain cubic would give 10 and 20
+// on the line, -262 and 262 on the wave. Layout: the u curves at v = 1 and
+// v = 0, then the v curves at u = 0 and u = 1.
+TEST(CoonsCurves, DivisionOrderAndLayout) {
+    const std::vector<int64_t> line = {0, 9, 19, 30},
+                               wave = {0, 261, 261, 104, -104, -261, -261, 0};
+    for (const auto& [p, samples] : {std::pair{std::vector<int64_t>{0, 10, 20, 30}, line},
+                                     std::pair{std::vector<int64_t>{0, 1000, -1000, 0}, wave}}) {
+        const int n = static_cast<int>(samples.size()) - 1;
+        Coons g = coons_box_raw(0, 0, 0, 0, kSolid);
+        for (int k = 0; k < 4; ++k)
+            g.m_pts[(12 - k) % 12].x = KXFIX::from_raw(p[k]);  // 0, 11, 10, 9
+        g.m_pts[5].y = KXFIX::from_raw(77);                    // marks the u curve at v = 1
+        Curves curves(g.get_points_all(n, 2, _KXMATRIX::identity()));
+        const _KXPOINTF* all = curves.get();
+        for (int i = 0; i <= n; ++i)
+            EXPECT_EQ(all[n + 1 + i].x.m_raw, samples[i]) << n << ": " << i;
+        EXPECT_NE(all[1].y.m_raw, 0);
+        EXPECT_EQ(all[2 * n + 2].x.m_raw, p[0]);
+        EXPECT_EQ(all[2 * n + 5].x.m_raw, p[3]);
+    }
+}
+
+// The grid's four corners come out exact, whatever the curves in between,
+// with alpha 255 whatever the corners hold; inside, one division over the
+// bilinear form of the colours: (2 * 2 * 255) / 9 of corner 0 at (1, 1) of
+// 3 by 3.
+TEST(CoonsGrid, CornersExactAndColourInside) {
+    Coons g = coons_box(0, 0, 3, 2, kQuad);
+    for (int k = 0; k < 12; ++k) g.m_pts[k].x.m_raw += 977 * k * k;
+    for (int k = 0; k < 4; ++k) g.m_rgba[k].a = static_cast<uint8_t>(k * 60);
+    const _KXMATRIX m = {fx(3.7), fx(0.3), fx(-1.1), fx(2.9), fx(11.5), fx(-3.25)};
+    Curves curves(g.get_points_all(7, 5, m));
+    const int cases[4][4] = {{0, 0, 0, 0}, {0, 5, 3, 1}, {7, 5, 6, 2}, {7, 0, 9, 3}};
+    for (const auto& c : cases) {
+        _KXPOINTF want = g.m_pts[c[2]], p;
+        m.transform_point(want);
+        _KXRGBA colour;
+        g.get_at(c[0], 7, c[1], 5, curves.get(), p, colour);
+        EXPECT_EQ(p.x.m_raw, want.x.m_raw) << c[2];
+        EXPECT_EQ(p.y.m_raw, want.y.m_raw) << c[2];
+        EXPECT_EQ(word(colour), word(g.m_rgba[c[3]]) | 0xFF000000u) << c[2];
+    }
+    Curves small(g.get_points_all(3, 3, m));
+    _KXPOINTF p;
+    _KXRGBA colour;
+    g.get_at(1, 3, 1, 3, small.get(), p, colour);
+    EXPECT_EQ(word(colour), word(rgba(2 * 2 * 255 / 9, 2 * 255 / 9, 255 / 9)));
+}
+
+int64_t bval(int r, int i) {
+    return CPDFShadingTensor::ms_bval[r * CPDFShadingTensor::kBvalSteps + i].m_raw;
+}
+
+// The Bernstein weights at t = i / 16: exact, symmetric, and a partition of
+// one in every column; a second init leaves them alone.
+TEST(TensorTable, BernsteinWeights) {
+    CPDFShadingTensor::init();
+    ASSERT_EQ(CPDFShadingTensor::ms_init, 1);
+    // clang-format off
+    const int64_t rows[3][5] = {{0, 0x4000000, 0, 0, 0},
+                                {1, 0x34bc000, 0xa8c000, 0xb4000, 0x4000},
+                                {8, 0x800000, 0x1800000, 0x1800000, 0x800000}};
+    // clang-format on
+    for (const auto& row : rows)
+        for (int r = 0; r < 4; ++r) EXPECT_EQ(bval(r, row[0]), row[r + 1]) << r << "," << row[0];
+    for (int i = 0; i <= 16; ++i) {
+        EXPECT_EQ(bval(0, i) + bval(1, i) + bval(2, i) + bval(3, i), kKxOne) << i;
+        for (int r = 0; r < 4; ++r) EXPECT_EQ(bval(r, i), bval(3 - r, 16 - i)) << r << "," << i;
+    }
+    CPDFShadingTensor::ms_bval[5] = KXFIX::from_raw(1);
+    CPDFShadingTensor::init();
+    EXPECT_EQ(bval(0, 5), 1);
+    CPDFShadingTensor::ms_bval[5] = KXFIX::from_raw(0x14cc000);
+}
+
+// get_xy at the corners gives the corner points, exactly within 4.0 and with
+// the low 12 bits of the raw value cleared beyond; the first index runs
+// along u (the net's rows). A net of one point is that point everywhere.
+TEST(TensorSurface, CornersAndCentre) {
+    CPDFShadingTensor::init();
+    CPDFShadingTensor s(nullptr);
+    Tensor g = tensor_box(0, 0, 1, 1, kQuad);
+    // clang-format off
+    const int64_t cases[4][7] = {  // iu, iv, point; x, y stored; x, y found
+        {0, 0, 0, raw(1.5) + 7, raw(-3.25) + 3, raw(1.5) + 7, raw(-3.25) + 3},
+        {0, 16, 3, raw(100) + 0x1fff, raw(-200) - 0x1fff, raw(100) + 0x1000, raw(-200) - 0x2000},
+        {16, 0, 12, raw(-4), raw(4), raw(-4), raw(4)},
+        {16, 16, 15, raw(4) + 1, raw(2), raw(4), raw(2)},
+    };
+    // clang-format on
+    for (const auto& c : cases) g.m_pts[c[2]] = pt_raw(c[3], c[4]);
+    KXFIX x, y;
+    for (const auto& c : cases) {
+        s.get_xy(&g, static_cast<int>(c[0]), static_cast<int>(c[1]), x, y);
+        EXPECT_EQ(x.m_raw, c[5]) << c[2];
+        EXPECT_EQ(y.m_raw, c[6]) << c[2];
+    }
+    for (auto& p : g.m_pts) p = pt_raw(raw(1), raw(2));
+    for (int k = 0; k < 17 * 17; ++k) {
+        s.get_xy(&g, k / 17, k % 17, x, y);
+        ASSERT_EQ(x.m_raw, raw(1)) << k;
+        ASSERT_EQ(y.m_raw, raw(2)) << k;
+    }
+}
+
+// Grid colours: the corners exactly, then two truncating steps through an
+// intermediate byte.
+TEST(TensorGrid, Colours) {
+    Tensor g = tensor_box(0, 0, 1, 1, kQuad);
+    g.m_rgba[0].a = 9;
+    // clang-format off
+    const std::pair<int, _KXRGBA> cases[] = {
+        {0 * 17 + 0, rgba(255, 0, 0)},  // corner 0, alpha 255 whatever is stored
+        {0 * 17 + 16, rgba(0, 255, 0)},
+        {16 * 17 + 16, rgba(0, 0, 255)},
+        {16 * 17 + 0, rgba(0, 0, 0)},
+        {8 * 17 + 0, rgba(127, 0, 0)},    // halfway from 255 to 0 along u: (8 * 255) >> 4
+        {1 * 17 + 1, rgba(224, 14, 0)},   // red: low 239, high 0; green: low 0, high 239
+        {8 * 17 + 8, rgba(63, 63, 63)},   // each byte 127 on one side, then halved
+    };
+    // clang-format on
+    for (const auto& [k, c] : cases) EXPECT_EQ(word(g.get_rgba(k / 17, k % 17)), word(c)) << k;
+}
+
+// Below 6.0 device units of corner-box width plus height a tensor patch is
+// one quadrilateral between its corners, with the stored alpha; from 6.0 on
+// it is the 16 by 16 grid, opaque. A side that bulges far beyond the corners
+// shows which one was painted.
+TEST(TensorRender, SixUnitThreshold) {
+    CPDFShadingTensor::init();
+    for (const int64_t less : {0, 1}) {
+        // Corners within 4.0 keep every raw unit through the identity.
+        Tensor g = tensor_box(-1.5, -1.5, 1.5, 1.5, kSolid);
+        g.m_pts[3].y.m_raw -= less;
+        g.m_pts[15].y.m_raw -= less;
+        g.m_pts[1] = pt_raw(raw(-9.5), raw(-0.5));  // the u = 0 side bulges to x = -7.5
+        g.m_pts[2] = pt_raw(raw(-9.5), raw(0.5));
+        g.m_rgba[0].a = 0;
+        CPDFShadingTensor s(nullptr);
+        set_groups(s, std::vector<Tensor>{g});
+        Mask mask(24, 24);
+        Canvas32 c(24, 24);
+        // Pixel (i, j) is device (i - 12, j - 12).
+        EXPECT_EQ(s.render_to_bmp(_KXMATRIX::identity(), {-12, -12}, mask.bmp, c.bmp), 1);
+        EXPECT_EQ(c.colour(7, 12).a != 0, less == 0) << "in the bulge";
+        EXPECT_NE(c.colour(12, 12).a, 0) << "inside the corners";
+        EXPECT_EQ(c.colour(11, 11).a >= 252, less == 0);
+    }
+}
+
+// Coons device coordinates become 1/128 pixel by truncation: a top side one
+// raw unit short of 128/128 lies at 127/128, inside row 0, which the rim cell
+// paints along it; at 128/128 it lies on the row boundary and row 0 stays
+// empty. Rounding would put both on the boundary.
+TEST(CoonsRender, CoordinatesTruncateTo128th) {
+    for (const int64_t top : {(int64_t{128} << 19) - 1, int64_t{128} << 19}) {
+        CPDFShadingCoons s(nullptr);
+        set_groups(s, std::vector<Coons>{coons_box_raw(0, top, raw(4), raw(4), kSolid)});
+        Mask mask(4, 4);
+        Canvas32 c(4, 4);
+        s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, c.bmp);
+        EXPECT_EQ(c.colour(1, 0).a != 0, top < int64_t{128} << 19);
+        EXPECT_NE(c.colour(1, 1).a, 0);
+    }
+}
+
+// Patches that are all skipped paint nothing, but the mask still limits the
+// picture and the result is 1: a matrix that scales by zero, u curves below
+// 16 raw units, and a u count that wraps below zero.
+TEST(CoonsRender, SkippedPatchesStillApplyMask) {
+    const std::pair<double, Coons> cases[] = {
+        {0, coons_box(0, 0, 8, 8, kSolid)},
+        {1, coons_box_raw(0, 0, 15, raw(8), kSolid)},
+        {1, coons_box_raw(0, 0, int64_t{3} << 60, raw(8), kSolid)},
+    };
+    for (const auto& [k, g] : cases) {
+        CPDFShadingCoons s(nullptr);
+        set_groups(s, std::vector<Coons>{g});
+        Mask mask(8, 8, 200);
+        Canvas32 c(8, 8, 0x80);
+        EXPECT_EQ(s.render_to_bmp(scale(k, k), {0, 0}, mask.bmp, c.bmp), 1);
+        for (int32_t i = 0; i < 64; ++i) ASSERT_EQ(word(c.colour(i % 8, i / 8)), 0x64808080u) << i;
+        EXPECT_TRUE(c.guards_intact());
+    }
+}
+
+// Without patches, Coons and tensor alike clear the destination whole,
+// padding included but not past it, return 0, and leave the mask alone.
+template <class Shading>
+void expect_empty_clears() {
+    Shading s(nullptr);
+    Mask mask(1, 1, 9);
+    Canvas32 c(5, 3, 0x77);  // 3 rows of 23 bytes: 17 words, 1 byte left
+    EXPECT_EQ(s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, c.bmp), 0);
+    std::vector<uint8_t> want(70, 0);
+    want[68] = want[69] = Canvas32::kGuard;
+    EXPECT_EQ(c.bytes, want);
+    CanvasGray g(1, 3, 0x77, 1);  // 3 rows of 3 bytes: 9 bytes, not 10
+    EXPECT_EQ(s.render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, g.bmp), 0);
+    want.assign(10, 0);
+    want[9] = CanvasGray::kGuard;
+    EXPECT_EQ(g.bytes, want);
+    CKXBmp32 none(nullptr, 4, 4, 16);
+    CKXBmpGray negative(nullptr, 4, 4, -8);
+    EXPECT_EQ(s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, none), 0);
+    EXPECT_EQ(s.render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, negative), 0);
+    EXPECT_EQ(mask.bytes[0], 9);
+}
+
+TEST(PatchRender, EmptyShadingClears) {
+    expect_empty_clears<CPDFShadingCoons>();
+    expect_empty_clears<CPDFShadingTensor>();
+}
+
+}  // namespace
+}  // namespace shadepaint::meshtest
