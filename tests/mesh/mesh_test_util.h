@@ -7,11 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "engine/kxalloc.h"
@@ -28,8 +28,6 @@
 #include "test_objects.h"
 
 namespace shadepaint::meshtest {
-
-using test::AllocFailGuard;
 
 // Raw value of a number of device or shading units.
 constexpr int64_t raw(double v) { return static_cast<int64_t>(v * kKxOne); }
@@ -62,10 +60,7 @@ struct Bits {
     Bits& align() { return used = 8, *this; }
 };
 
-struct ShadingDeleter {
-    void operator()(CPDFShading* s) const { delete s; }
-};
-using ShadingPtr = std::unique_ptr<CPDFShading, ShadingDeleter>;
+using ShadingPtr = std::unique_ptr<CPDFShading>;
 
 // A shading stream as indirect object 1, made by the factory through a
 // reference; the document keeps the shading it made last.
@@ -91,6 +86,20 @@ struct MeshDoc {
         return s;
     }
 };
+
+// The store of a free-form or lattice mesh and its length; the records of
+// any mesh.
+inline std::pair<const PDF_MESH_TRIANGLE*, int32_t> triangles(const CPDFShading& s) {
+    if (auto* f = dynamic_cast<const CPDFShadingFreeForm*>(&s))
+        return {f->m_triangles, f->m_triangle_count};
+    auto& l = dynamic_cast<const CPDFShadingLatticeForm&>(s);
+    return {l.m_triangles, l.m_triangle_count};
+}
+inline int32_t mesh_count(const CPDFShading& s) {
+    if (auto* c = dynamic_cast<const CPDFShadingCoons*>(&s)) return c->m_group_count;
+    if (auto* t = dynamic_cast<const CPDFShadingTensor*>(&s)) return t->m_group_count;
+    return triangles(s).second;
+}
 
 // Pixels in a vector, rows padded past their width, a guard byte behind the
 // last row: writes outside the picture show in guards_intact.
@@ -128,23 +137,20 @@ struct Mask : Canvas<CKXBmp8, 1> {
 inline int64_t third(int64_t a, int64_t b, int k) { return k == 3 ? b : a + (b - a) * k / 3; }
 
 // Patch records over the box (x0, y0) to (x1, y1) with straight sides and
-// control points at the thirds. Coons: u runs along x, v along y; tensor: net
-// entry 4r + c lies r / 3 of the way along x and c / 3 along y.
-inline CPDFShadingCoons::_group coons_box_raw(int64_t x0, int64_t y0, int64_t x1, int64_t y1,
-                                              const _KXRGBA (&c)[4]) {
-    CPDFShadingCoons::_group g = {};
-    const auto at = [&](int k, int l) { return pt_raw(third(x0, x1, k), third(y0, y1, l)); };
-    // 0-3 up the u = 0 side, 3-6 along v = 1, 6-9 down u = 1, 9-0 along v = 0.
-    for (int k = 0; k < 4; ++k)
-        g.m_pts[k] = at(0, k), g.m_pts[3 + k] = at(k, 3), g.m_pts[6 + k] = at(3, 3 - k);
-    g.m_pts[10] = at(2, 0);
-    g.m_pts[11] = at(1, 0);
-    std::copy(c, c + 4, g.m_rgba);
-    return g;
-}
+// control points at the thirds. Coons: u runs along x, v along y, points
+// 0-3 up the u = 0 side, 3-6 along v = 1, 6-9 down u = 1, 9-0 along v = 0.
+// Tensor: net entry 4r + c lies r / 3 of the way along x and c / 3 along y.
 inline CPDFShadingCoons::_group coons_box(double x0, double y0, double x1, double y1,
                                           const _KXRGBA (&c)[4]) {
-    return coons_box_raw(raw(x0), raw(y0), raw(x1), raw(y1), c);
+    CPDFShadingCoons::_group g = {};
+    const auto at = [&](int k, int l) {
+        return pt_raw(third(raw(x0), raw(x1), k), third(raw(y0), raw(y1), l));
+    };
+    const int ring[12][2] = {{0, 0}, {0, 1}, {0, 2}, {0, 3}, {1, 3}, {2, 3},
+                             {3, 3}, {3, 2}, {3, 1}, {3, 0}, {2, 0}, {1, 0}};
+    for (int k = 0; k < 12; ++k) g.m_pts[k] = at(ring[k][0], ring[k][1]);
+    std::copy(c, c + 4, g.m_rgba);
+    return g;
 }
 inline CPDFShadingTensor::_group tensor_box(double x0, double y0, double x1, double y1,
                                             const _KXRGBA (&c)[4]) {
@@ -194,37 +200,6 @@ void outline(Path& p, const std::vector<Corner>& pts, int32_t ox, int32_t oy, in
         const Corner& c = pts[i % pts.size()];
         p.line_to(low32(c.x), low32(c.y), value(p, c));
     }
-}
-
-// What a reference says of a pixel.
-enum class Side { kOut, kIn, kNear };
-
-// Pixel (i, j) of a bitmap at origin (ox, oy) pixels against a convex
-// polygon: kIn when its centre lies more than `margin` units (1/128 pixel)
-// inside every edge, kOut when more than `margin` outside one, and kNear in
-// between, where the converter's rounding may decide either way. With `area`,
-// for conservative painting of a rectangle, an outside pixel is kOut only
-// when its square, grown by `margin`, misses the rectangle.
-inline Side classify(const std::vector<Corner>& pts, int64_t ox, int64_t oy, int64_t i, int64_t j,
-                     double margin, bool area = false) {
-    const auto x = [&](size_t k) { return static_cast<double>(pts[k % pts.size()].x); };
-    const auto y = [&](size_t k) { return static_cast<double>(pts[k % pts.size()].y); };
-    const double cx = static_cast<double>((ox + i) * 128 + 64);
-    const double cy = static_cast<double>((oy + j) * 128 + 64);
-    // The turn at corner 1 tells the polygon's orientation.
-    const double turn = (x(1) - x(0)) * (y(2) - y(1)) - (y(1) - y(0)) * (x(2) - x(1));
-    double inside = INFINITY;
-    for (size_t k = 0; k < pts.size(); ++k) {
-        const double dx = x(k + 1) - x(k), dy = y(k + 1) - y(k);
-        const double d = (dx * (cy - y(k)) - dy * (cx - x(k))) / std::hypot(dx, dy);
-        inside = std::min(inside, turn > 0 ? d : -d);
-    }
-    if (inside > margin) return Side::kIn;
-    if (!area) return inside < -margin ? Side::kOut : Side::kNear;
-    const double r = 64 + margin;  // half a pixel and the margin
-    const bool apart = cx + r < std::min(x(0), x(2)) || cx - r > std::max(x(0), x(2)) ||
-                       cy + r < std::min(y(0), y(2)) || cy - r > std::max(y(0), y(2));
-    return apart ? Side::kOut : Side::kNear;
 }
 
 }  // namespace shadepaint::meshtest

@@ -96,7 +96,7 @@ TEST(PathCRender, AllocationFailures) {
     for (int i = 0; i < 512; ++i) row.hline(i, 0, i, 128, _KXRGBA{}, _KXRGBA{});
     EXPECT_EQ(row.m_capacity, 512u) << "grown by its step";
     {
-        AllocFailGuard fail(0);
+        test::AllocFailGuard fail(0);
         row.hline(1, 0, 1, 128, _KXRGBA{}, _KXRGBA{});
     }
     EXPECT_EQ(row.m_count, 512u);
@@ -112,7 +112,7 @@ TEST(PathCRender, AllocationFailures) {
     const _KXRGBA ramp[256] = {};
     const unsigned char gramp[256] = {};
     {
-        AllocFailGuard fail(0);
+        test::AllocFailGuard fail(0);
         outline(p, box, 0, 0, 8);
         p.render_smooth(&dst.bmp);
         p.render_smoothg(&gray.bmp);
@@ -123,7 +123,7 @@ TEST(PathCRender, AllocationFailures) {
     }
     EXPECT_TRUE(dst.bytes == blank && gray.bytes == gblank);
     {
-        AllocFailGuard fail(4);  // the table, then the stores of rows 0 to 2
+        test::AllocFailGuard fail(4);  // the table, then the stores of rows 0 to 2
         outline(p, box, 0, 0, 8);
         p.render_smooth(&dst.bmp);
     }

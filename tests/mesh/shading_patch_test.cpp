@@ -3,9 +3,11 @@
 // painting.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "mesh/mesh_test_util.h"
@@ -15,12 +17,14 @@ namespace {
 
 using Coons = CPDFShadingCoons::_group;
 using Tensor = CPDFShadingTensor::_group;
+constexpr double kRawUnit = 1.0 / kKxOne;
 
 // Coordinates of 8 bits over Decode 0 to 255: a raw field r is the point r.0.
 std::string keys(int type, int flag_bits = 8) {
     return "/ShadingType " + std::to_string(type) +
            " /ColorSpace /DeviceRGB /BitsPerCoordinate 8 /BitsPerComponent 8 /Decode [0 255 0 255 "
-           "0 1 0 1 0 1]" + (flag_bits ? " /BitsPerFlag " + std::to_string(flag_bits) : "");
+           "0 1 0 1 0 1]" +
+           (flag_bits ? " /BitsPerFlag " + std::to_string(flag_bits) : "");
 }
 
 // A patch of the stream: the flag, then point k of those read at (x0 + k,
@@ -40,23 +44,45 @@ int px(const Group& g, int k) {
     return static_cast<int>(g.m_pts[k].x.m_raw >> kKxFracBits);
 }
 
+// A first patch that continues nothing takes its shared side and corners
+// from zeros; the store grows by four records; data that ends one byte into
+// a patch is read as its flag and gives a record of all-ones fields.
+template <class Shading>
+void expect_first_continuation_growth_and_cut_tail(int type, int points) {
+    Bits b;
+    patch(b, 8, 2, points, 50, 0, 60);
+    for (int k = 1; k < 5; ++k) patch(b, 8, 0, points, k, k, k);
+    b.put(0, 8);
+    MeshDoc doc;
+    auto* s = doc.load<Shading>(keys(type), b.bytes);
+    ASSERT_EQ(s->m_group_count, 6);
+    EXPECT_EQ(s->m_group_cap, 8);
+    const auto& g = s->m_groups[0];
+    for (int k = 0; k < 4; ++k) EXPECT_EQ(g.m_pts[k].x.m_raw | g.m_pts[k].y.m_raw, 0) << k;
+    EXPECT_EQ(word(g.m_rgba[0]) | word(g.m_rgba[1]) | g.m_clr[1].m_comps[0], 0u);
+    EXPECT_EQ(word(g.m_rgba[2]), word(rgba(60, 61, 62)));
+    for (const _KXRGBA& c : s->m_groups[5].m_rgba) EXPECT_EQ(word(c), 0xFFFFFFFFu);
+}
+
+TEST(PatchLoad, FirstContinuationGrowthAndCutTail) {
+    expect_first_continuation_growth_and_cut_tail<CPDFShadingCoons>(6, 12);
+    expect_first_continuation_growth_and_cut_tail<CPDFShadingTensor>(7, 16);
+}
+
 // Flags 1 to 3 take the previous patch's side walked in the same direction,
 // with both the colour and the colour word of its two corners; flags 4 to 7
-// count by their two low bits. The store grows by four records; data that
-// ends one byte into a patch gives a last record of all-ones fields.
-TEST(CoonsLoad, SharedEdgesGrowthAndCutTail) {
+// count by their two low bits. The flag is BitsPerFlag bits at a byte
+// boundary, the first point directly behind it; without BitsPerFlag no bits
+// are read and every patch is new.
+TEST(CoonsLoad, SharedEdgesAndFlagWidths) {
     Bits b;
     patch(b, 8, 4, 12, 10, 50, 1);    // flag 0
     patch(b, 8, 5, 12, 100, 0, 200);  // 1: points 4-11 at 100..107, colours 200, 210
     patch(b, 8, 6, 12, 200, 0, 220);  // 2
     patch(b, 8, 7, 12, 300, 0, 240);  // 3
-    patch(b, 8, 0, 12, 0, 0, 0);
-    b.put(0, 8);
     MeshDoc doc;
     auto* s = doc.load<CPDFShadingCoons>(keys(6), b.bytes);
-    ASSERT_NE(s, nullptr);
-    ASSERT_EQ(s->m_group_count, 6);
-    EXPECT_EQ(s->m_group_cap, 8);
+    ASSERT_EQ(s->m_group_count, 4);
     // clang-format off
     const int want[4][16] = {  // x of points 0 to 11, red of corners 0 to 3
         {10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 1, 11, 21, 31},
@@ -74,37 +100,15 @@ TEST(CoonsLoad, SharedEdgesGrowthAndCutTail) {
             EXPECT_EQ(word(g.m_rgba[k]), word(rgba(red, red + 1, red + 2))) << r << ": " << k;
         }
     }
-    for (const _KXRGBA& c : s->m_groups[5].m_rgba) EXPECT_EQ(word(c), 0xFFFFFFFFu);
-}
-
-// The flag is BitsPerFlag bits at a byte boundary, the first point directly
-// behind it; without BitsPerFlag no bits are read and every patch is new. A
-// first patch that continues nothing takes its side and corners from zeros.
-TEST(CoonsLoad, FlagWidthsAndFirstContinuation) {
-    // clang-format off
-    const int cases[][5] = {  // flag bits, first flag, second flag; second's points 0 and 4
-        {2, 0, 3, 19, 77},  // a flag 3 in the top bits of 0xC0, its points from bit 2
-        {0, 0, 0, 77, 81},
-        {8, 1, 0, 77, 81},
-        {8, 3, 0, 77, 81},
-    };
-    // clang-format on
-    for (const auto& c : cases) {
-        SCOPED_TRACE(::testing::Message() << c[0] << " bits, flags " << c[1] << ", " << c[2]);
-        Bits b;
-        patch(b, c[0], c[1], 12, 10, 10, 100);
-        patch(b, c[0], c[2], 12, 77, 10, 0);
-        MeshDoc doc;
-        auto* s = doc.load<CPDFShadingCoons>(keys(6, c[0]), b.bytes);
-        ASSERT_NE(s, nullptr);
-        ASSERT_EQ(s->m_group_count, 2);
-        EXPECT_EQ(px(s->m_groups[1], 0), c[3]);
-        EXPECT_EQ(px(s->m_groups[1], 4), c[4]);
-        const Coons& g = s->m_groups[0];
-        if (c[1] == 0) continue;
-        for (int k = 0; k < 4; ++k) EXPECT_EQ(g.m_pts[k].x.m_raw | g.m_pts[k].y.m_raw, 0);
-        EXPECT_EQ(word(g.m_rgba[0]) | word(g.m_rgba[1]) | g.m_clr[1].m_comps[0], 0u);
-        EXPECT_EQ(word(g.m_rgba[2]), word(rgba(100, 101, 102)));
+    // 2-bit flags: 0xC0 starts a flag 3, its points from bit 2; no flags.
+    for (const auto& [bits, second, x0, x4] : {std::array{2, 3, 19, 77}, {0, 0, 77, 81}}) {
+        Bits c;
+        patch(c, bits, 0, 12, 10, 10, 100);
+        patch(c, bits, second, 12, 77, 10, 0);
+        s = doc.load<CPDFShadingCoons>(keys(6, bits), c.bytes);
+        ASSERT_EQ(s->m_group_count, 2) << bits;
+        EXPECT_EQ(px(s->m_groups[1], 0), x0) << bits;
+        EXPECT_EQ(px(s->m_groups[1], 4), x4) << bits;
     }
 }
 
@@ -128,7 +132,6 @@ TEST(TensorLoad, SpiralAndSharedSides) {
         patch(b, 8, c[0], 16, 101, 0, 100);
         MeshDoc doc;
         auto* s = doc.load<CPDFShadingTensor>(keys(7), b.bytes);
-        ASSERT_NE(s, nullptr);
         ASSERT_EQ(s->m_group_count, 2);
         const Tensor &first = s->m_groups[0], &next = s->m_groups[1];
         for (int k = 0; k < 16; ++k) {
@@ -142,25 +145,6 @@ TEST(TensorLoad, SpiralAndSharedSides) {
         }
         EXPECT_EQ(word(next.m_rgba[2]), word(rgba(100, 101, 102)));
     }
-}
-
-// A first patch that continues nothing takes zeros; the store grows by four
-// records; a last patch cut one byte in is stored with all-ones colours.
-TEST(TensorLoad, FirstContinuationGrowthAndCutTail) {
-    Bits b;
-    patch(b, 8, 1, 16, 50, 0, 60);
-    for (int k = 1; k < 5; ++k) patch(b, 8, 0, 16, k, k, k);
-    b.put(0, 8);
-    MeshDoc doc;
-    auto* s = doc.load<CPDFShadingTensor>(keys(7), b.bytes);
-    ASSERT_NE(s, nullptr);
-    ASSERT_EQ(s->m_group_count, 6);
-    EXPECT_EQ(s->m_group_cap, 8);
-    const Tensor& g = s->m_groups[0];
-    for (int k = 0; k < 4; ++k) EXPECT_EQ(g.m_pts[k].x.m_raw | g.m_pts[k].y.m_raw, 0) << k;
-    EXPECT_EQ(g.m_clr[0].m_comps[0] | g.m_clr[1].m_comps[0], 0u);
-    EXPECT_EQ(px(g, 7), 50);
-    for (const _KXRGBA& c : s->m_groups[5].m_rgba) EXPECT_EQ(word(c), 0xFFFFFFFFu);
 }
 
 const _KXRGBA kRed = rgba(255, 0, 0);
@@ -182,8 +166,8 @@ TEST(CoonsSteps, BoxThresholds) {
     };
     // clang-format on
     for (const auto& c : cases) {
-        const Coons g = coons_box_raw(0, 0, c[0], c[1], kSolid);
-        const _KXMATRIX m = scale(static_cast<double>(c[2]), static_cast<double>(c[2]));
+        const Coons g = coons_box(0, 0, c[0] * kRawUnit, c[1] * kRawUnit, kSolid);
+        const _KXMATRIX m = scale(c[2], c[2]);
         EXPECT_EQ(g.get_ut(m), c[3]) << c[0] << " by " << c[1];
         EXPECT_EQ(g.get_vt(m), c[4]) << c[0] << " by " << c[1];
     }
@@ -209,10 +193,9 @@ TEST(CoonsCurves, DivisionOrderAndLayout) {
     for (const auto& [p, samples] : {std::pair{std::vector<int64_t>{0, 10, 20, 30}, line},
                                      std::pair{std::vector<int64_t>{0, 1000, -1000, 0}, wave}}) {
         const int n = static_cast<int>(samples.size()) - 1;
-        Coons g = coons_box_raw(0, 0, 0, 0, kSolid);
-        for (int k = 0; k < 4; ++k)
-            g.m_pts[(12 - k) % 12].x = KXFIX::from_raw(p[k]);  // 0, 11, 10, 9
-        g.m_pts[5].y = KXFIX::from_raw(77);                    // marks the u curve at v = 1
+        Coons g = coons_box(0, 0, 0, 0, kSolid);
+        for (int k = 0; k < 4; ++k) g.m_pts[(12 - k) % 12].x.m_raw = p[k];  // points 0, 11, 10, 9
+        g.m_pts[5].y.m_raw = 77;  // marks the u curve at v = 1
         Curves curves(g.get_points_all(n, 2, _KXMATRIX::identity()));
         const _KXPOINTF* all = curves.get();
         for (int i = 0; i <= n; ++i)
@@ -233,26 +216,22 @@ TEST(CoonsGrid, CornersExactAndColourInside) {
     for (int k = 0; k < 4; ++k) g.m_rgba[k].a = static_cast<uint8_t>(k * 60);
     const _KXMATRIX m = {fx(3.7), fx(0.3), fx(-1.1), fx(2.9), fx(11.5), fx(-3.25)};
     Curves curves(g.get_points_all(7, 5, m));
-    const int cases[4][4] = {{0, 0, 0, 0}, {0, 5, 3, 1}, {7, 5, 6, 2}, {7, 0, 9, 3}};
-    for (const auto& c : cases) {
-        _KXPOINTF want = g.m_pts[c[2]], p;
+    _KXPOINTF p;
+    _KXRGBA colour;
+    for (const auto& c : {std::array{0, 0, 0, 0}, {0, 5, 3, 1}, {7, 5, 6, 2}, {7, 0, 9, 3}}) {
+        _KXPOINTF want = g.m_pts[c[2]];
         m.transform_point(want);
-        _KXRGBA colour;
         g.get_at(c[0], 7, c[1], 5, curves.get(), p, colour);
         EXPECT_EQ(p.x.m_raw, want.x.m_raw) << c[2];
         EXPECT_EQ(p.y.m_raw, want.y.m_raw) << c[2];
         EXPECT_EQ(word(colour), word(g.m_rgba[c[3]]) | 0xFF000000u) << c[2];
     }
     Curves small(g.get_points_all(3, 3, m));
-    _KXPOINTF p;
-    _KXRGBA colour;
     g.get_at(1, 3, 1, 3, small.get(), p, colour);
     EXPECT_EQ(word(colour), word(rgba(2 * 2 * 255 / 9, 2 * 255 / 9, 255 / 9)));
 }
 
-int64_t bval(int r, int i) {
-    return CPDFShadingTensor::ms_bval[r * CPDFShadingTensor::kBvalSteps + i].m_raw;
-}
+int64_t bval(int r, int i) { return CPDFShadingTensor::ms_bval[r * 17 + i].m_raw; }
 
 // The Bernstein weights at t = i / 16: exact, symmetric, and a partition of
 // one in every column; a second init leaves them alone.
@@ -270,10 +249,10 @@ TEST(TensorTable, BernsteinWeights) {
         EXPECT_EQ(bval(0, i) + bval(1, i) + bval(2, i) + bval(3, i), kKxOne) << i;
         for (int r = 0; r < 4; ++r) EXPECT_EQ(bval(r, i), bval(3 - r, 16 - i)) << r << "," << i;
     }
-    CPDFShadingTensor::ms_bval[5] = KXFIX::from_raw(1);
+    CPDFShadingTensor::ms_bval[5].m_raw = 1;
     CPDFShadingTensor::init();
     EXPECT_EQ(bval(0, 5), 1);
-    CPDFShadingTensor::ms_bval[5] = KXFIX::from_raw(0x14cc000);
+    CPDFShadingTensor::ms_bval[5].m_raw = 0x14cc000;
 }
 
 // get_xy at the corners gives the corner points, exactly within 4.0 and with
@@ -298,11 +277,10 @@ TEST(TensorSurface, CornersAndCentre) {
         EXPECT_EQ(x.m_raw, c[5]) << c[2];
         EXPECT_EQ(y.m_raw, c[6]) << c[2];
     }
-    for (auto& p : g.m_pts) p = pt_raw(raw(1), raw(2));
+    for (auto& q : g.m_pts) q = pt_raw(raw(1), raw(2));
     for (int k = 0; k < 17 * 17; ++k) {
         s.get_xy(&g, k / 17, k % 17, x, y);
-        ASSERT_EQ(x.m_raw, raw(1)) << k;
-        ASSERT_EQ(y.m_raw, raw(2)) << k;
+        ASSERT_TRUE(x.m_raw == raw(1) && y.m_raw == raw(2)) << k;
     }
 }
 
@@ -317,9 +295,9 @@ TEST(TensorGrid, Colours) {
         {0 * 17 + 16, rgba(0, 255, 0)},
         {16 * 17 + 16, rgba(0, 0, 255)},
         {16 * 17 + 0, rgba(0, 0, 0)},
-        {8 * 17 + 0, rgba(127, 0, 0)},    // halfway from 255 to 0 along u: (8 * 255) >> 4
-        {1 * 17 + 1, rgba(224, 14, 0)},   // red: low 239, high 0; green: low 0, high 239
-        {8 * 17 + 8, rgba(63, 63, 63)},   // each byte 127 on one side, then halved
+        {8 * 17 + 0, rgba(127, 0, 0)},   // halfway from 255 to 0 along u: (8 * 255) >> 4
+        {1 * 17 + 1, rgba(224, 14, 0)},  // red: low 239, high 0; green: low 0, high 239
+        {8 * 17 + 8, rgba(63, 63, 63)},  // each byte 127 on one side, then halved
     };
     // clang-format on
     for (const auto& [k, c] : cases) EXPECT_EQ(word(g.get_rgba(k / 17, k % 17)), word(c)) << k;
@@ -356,13 +334,13 @@ TEST(TensorRender, SixUnitThreshold) {
 // paints along it; at 128/128 it lies on the row boundary and row 0 stays
 // empty. Rounding would put both on the boundary.
 TEST(CoonsRender, CoordinatesTruncateTo128th) {
-    for (const int64_t top : {(int64_t{128} << 19) - 1, int64_t{128} << 19}) {
+    for (const int64_t less : {1, 0}) {
         CPDFShadingCoons s(nullptr);
-        set_groups(s, std::vector<Coons>{coons_box_raw(0, top, raw(4), raw(4), kSolid)});
+        set_groups(s, std::vector{coons_box(0, 1 - less * kRawUnit, 4, 4, kSolid)});
         Mask mask(4, 4);
         Canvas32 c(4, 4);
         s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, c.bmp);
-        EXPECT_EQ(c.colour(1, 0).a != 0, top < int64_t{128} << 19);
+        EXPECT_EQ(c.colour(1, 0).a != 0, less == 1);
         EXPECT_NE(c.colour(1, 1).a, 0);
     }
 }
@@ -373,12 +351,12 @@ TEST(CoonsRender, CoordinatesTruncateTo128th) {
 TEST(CoonsRender, SkippedPatchesStillApplyMask) {
     const std::pair<double, Coons> cases[] = {
         {0, coons_box(0, 0, 8, 8, kSolid)},
-        {1, coons_box_raw(0, 0, 15, raw(8), kSolid)},
-        {1, coons_box_raw(0, 0, int64_t{3} << 60, raw(8), kSolid)},
+        {1, coons_box(0, 0, 15 * kRawUnit, 8, kSolid)},
+        {1, coons_box(0, 0, 0x1p34 * 3, 8, kSolid)},
     };
     for (const auto& [k, g] : cases) {
         CPDFShadingCoons s(nullptr);
-        set_groups(s, std::vector<Coons>{g});
+        set_groups(s, std::vector{g});
         Mask mask(8, 8, 200);
         Canvas32 c(8, 8, 0x80);
         EXPECT_EQ(s.render_to_bmp(scale(k, k), {0, 0}, mask.bmp, c.bmp), 1);
@@ -393,20 +371,20 @@ template <class Shading>
 void expect_empty_clears() {
     Shading s(nullptr);
     Mask mask(1, 1, 9);
-    Canvas32 c(5, 3, 0x77);  // 3 rows of 23 bytes: 17 words, 1 byte left
+    Canvas32 c(5, 3, 0x77);       // 3 rows of 23 bytes: 17 words, 1 byte left
+    CanvasGray g(1, 3, 0x77, 1);  // 3 rows of 3 bytes: 9 bytes, not 10
+    CKXBmp32 none(nullptr, 4, 4, 16);
+    CKXBmpGray negative(nullptr, 4, 4, -8);
     EXPECT_EQ(s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, c.bmp), 0);
+    EXPECT_EQ(s.render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, g.bmp), 0);
+    EXPECT_EQ(s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, none), 0);
+    EXPECT_EQ(s.render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, negative), 0);
     std::vector<uint8_t> want(70, 0);
     want[68] = want[69] = Canvas32::kGuard;
     EXPECT_EQ(c.bytes, want);
-    CanvasGray g(1, 3, 0x77, 1);  // 3 rows of 3 bytes: 9 bytes, not 10
-    EXPECT_EQ(s.render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, g.bmp), 0);
     want.assign(10, 0);
     want[9] = CanvasGray::kGuard;
     EXPECT_EQ(g.bytes, want);
-    CKXBmp32 none(nullptr, 4, 4, 16);
-    CKXBmpGray negative(nullptr, 4, 4, -8);
-    EXPECT_EQ(s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, none), 0);
-    EXPECT_EQ(s.render_to_bmpg(_KXMATRIX::identity(), {0, 0}, mask.bmp, negative), 0);
     EXPECT_EQ(mask.bytes[0], 9);
 }
 
