@@ -2,13 +2,9 @@
 // refusal leaves a shading that paints nothing, streams and stuck tails end
 // within their limits, painting never leaves the bitmap, and any allocation
 // may fail.
-#include <gtest/gtest.h>
 
-#include <cstdint>
 #include <map>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "mesh/mesh_test_util.h"
 
@@ -18,12 +14,12 @@ namespace {
 // A good mesh of each type as keys, which a case may change or drop (an
 // empty value), and a body: one triangle, a lattice of 2 by 2, one patch.
 std::string keys(int type, const std::map<std::string, std::string>& changes = {}) {
-    std::map<std::string, std::string> k = {{"ShadingType", std::to_string(type)},
-                                            {"ColorSpace", "/DeviceRGB"},
-                                            {"BitsPerCoordinate", "8"},
-                                            {"BitsPerComponent", "8"},
-                                            {"Decode", "[0 255 0 255 0 1 0 1 0 1]"},
-                                            {type == 5 ? "VerticesPerRow" : "BitsPerFlag", "2"}};
+    // clang-format off
+    std::map<std::string, std::string> k = {
+        {"ShadingType", std::to_string(type)}, {"ColorSpace", "/DeviceRGB"},
+        {"BitsPerCoordinate", "8"}, {"BitsPerComponent", "8"}, {"Decode", "[0 255 0 255 0 1 0 1 0 1]"},
+        {type == 5 ? "VerticesPerRow" : "BitsPerFlag", "2"}};
+    // clang-format on
     for (const auto& [key, value] : changes) k[key] = value;
     std::string out;
     for (const auto& [key, value] : k) out += value.empty() ? "" : "/" + key + " " + value + " ";
@@ -66,7 +62,6 @@ TEST(MeshBadInput, RefusedDictionariesAndStuckTails) {
         {{}, {{"Decode", "[0 255 0]"}}, nullptr, 0, "Decode of three"},
         {{}, {{"Decode", "[0 255 0 255]"}}, nullptr, kGood, "no colour pairs: still loads"},
         {{}, {{"ColorSpace", ""}}, nullptr, 0, "no colour space"},
-        {{}, {{"ColorSpace", "/Nonsense"}}, nullptr, 0, "colour space that can't be made"},
         {{}, {{"Function", "<< /FunctionType 9 >>"}}, nullptr, 0, "Function that can't be made"},
         {{}, {{"Function", "[" + seventeen + "]"}}, nullptr, 0, "seventeen functions"},
         {{}, {{"Function", "99 0 R"}}, nullptr, kGood, "Function naming nothing: direct colours"},
@@ -160,19 +155,17 @@ TEST(MeshBadInput, PaintingStaysInsideTheBitmap) {
     const auto any = [&] {
         return rng() & 1 ? extremes[rng() % 6] : static_cast<int64_t>(rng() >> rng() % 64);
     };
-    const _KXRGBA quad[4] = {rgba(255, 0, 0), rgba(0, 255, 0), rgba(0, 0, 255), rgba(0, 0, 0)};
-    for (int round = 0; round < 6; ++round) {
-        SCOPED_TRACE(::testing::Message() << "seed " << seed << " round " << round);
-        const double k = round % 3 == 0 ? 1e9 : round % 3 == 1 ? 1 : -3e4;
-        auto cg = coons_box(0, 0, 8, 8, quad);
-        auto tg = tensor_box(0, 0, 8, 8, quad);
+    for (const double k : {1e9, 1.0, -3e4}) {
+        SCOPED_TRACE(::testing::Message() << "seed " << seed << " scale " << k);
+        auto cg = coons_box(0, 0, 8, 8, {});
+        auto tg = tensor_box(0, 0, 8, 8, {});
         for (auto& p : cg.m_pts) p = pt_raw(any(), any());
         for (auto& p : tg.m_pts) p = pt_raw(any(), any());
         CPDFShadingCoons coons(nullptr);
         CPDFShadingTensor tensor(nullptr);
-        set_groups(coons, std::vector{cg, coons_box(1, 1, 7, 7, quad)});
-        set_groups(tensor, std::vector{tg, tensor_box(1, 1, 7, 7, quad)});
-        if (round < 3) expect_inside(coons, scale(k, -k, 3, 2), {-2, 1});
+        set_groups(coons, std::vector{cg, coons_box(1, 1, 7, 7, {})});
+        set_groups(tensor, std::vector{tg, tensor_box(1, 1, 7, 7, {})});
+        expect_inside(coons, scale(k, -k, 3, 2), {-2, 1});
         expect_inside(tensor, scale(k, -k, 3, 2), {-2, 1});
     }
 }

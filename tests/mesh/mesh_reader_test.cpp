@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <vector>
 
 #include "engine/cs_device_gray.h"
@@ -67,101 +69,67 @@ struct Identity : CPDFFunction {
     }
 };
 
-// A reader over DeviceRGB (DeviceGray with two functions) with the given
-// widths, Decode and number of functions (-1: no Function at all).
-struct Reader {
-    Bytes bytes;
-    CPDFShadingDataReader r;
-    KXFIX dmin[8] = {}, dmax[8] = {};
-    Identity f0, f1;
-    CPDFFunction* funcs[2] = {&f0, &f1};
-    CPDFCSDeviceRGB rgb;
-    CPDFCSDeviceGray gray;
-    Reader(std::vector<unsigned char> data, int32_t bits_coord, int32_t bits_comp,
-           std::vector<int64_t> d = {0, kOne, 0, kOne}, int32_t nfuncs = -1)
-        : bytes(std::move(data)) {
-        r.setup(&bytes.cur, bits_coord, bits_comp, KXFIX::from_raw(d[0]), KXFIX::from_raw(d[1]),
-                KXFIX::from_raw(d[2]), KXFIX::from_raw(d[3]), nfuncs < 0 ? nullptr : funcs, nfuncs,
-                nfuncs == 2 ? static_cast<CPDFCSBase*>(&gray) : &rgb, dmin, dmax);
-    }
-};
-
-TEST(DataReader, Points) {
+// A point, then a colour: coordinates of `coord` bits over Decode lo to hi
+// for both x and y keep at most their top 16 bits and meet the truncated
+// scale by the fixed-point product; components without a function are
+// rescaled to 8 bits by truncation alone; with one function, t = raw /
+// (2^bits - 1) goes in and every output times 255 comes out, unclamped;
+// several functions read a field each and give their first output.
+// Components behind those written stay untouched.
+TEST(DataReader, PointsAndColours) {
+    constexpr uint32_t kNo = 0xDEAD, kAll = 0xFFFFFFFF;
+    const int64_t h = 100 * kOne, far = 1024LL * 0xFFFFFFFF;
     struct Case {
         std::vector<unsigned char> data;
-        int32_t bits;
-        std::vector<int64_t> decode;
-        int32_t shift;
-        int64_t scale_x, x, y;
-        uint32_t offset;
-        const char* why;
-    };
-    const int64_t h = 100 * kOne;
-    // clang-format off
-    const Case cases[] = {
-        {{0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0}, 32, {0, kOne, 0, kOne}, 16, 1024, 67107840, 0, 8,
-         "32 bits keep their top 16: 0xFFFF times the truncated 1/65535, just under 1.0"},
-        {{0x80, 0x00, 0x00, 0xFF, 0xFF, 0xFF}, 24, {0, 256 * kOne, 0, kOne}, 8, 262148,
-         262148LL * 0x8000, 67107840, 6, "24 bits drop their low 8"},
-        {{0xFF, 0x00}, 8, {-h, h, -h, h}, 0, 52634403, 6710886365, -h, 2,
-         "8 bits over -100..100: the scale beyond 4.0 loses its low 12 bits"},
-        {{0x12, 0x34}, 0, {3 * kOne, 9 * kOne, 5 * kOne, 7 * kOne}, 0, 0x7fffffffffffffff,
-         3 * kOne, 5 * kOne, 0, "no bits: every point is (Decode[0], Decode[2]), nothing read"},
-        {{0xFF}, 16, {0, kOne, 0, kOne}, 0, 1024, 1024LL * 0xFFFFFFFF, 1024LL * 0xFFFFFFFF, 0,
-         "past the end at 16 bits: raw 0xFFFFFFFF lands far outside"},
-    };
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.why);
-        Reader rd(c.data, c.bits, 8, c.decode);
-        EXPECT_EQ(rd.r.m_coord_shift, c.shift);
-        EXPECT_EQ(rd.r.m_scale_x.m_raw, c.scale_x);
-        _KXPOINTF pt;
-        rd.r.read_pt(pt);
-        EXPECT_EQ(pt.x.m_raw, c.x);
-        EXPECT_EQ(pt.y.m_raw, c.y);
-        EXPECT_EQ(rd.bytes.offset(), c.offset);
-    }
-}
-
-// Without a function a raw field is rescaled to 8 bits by truncation alone;
-// with one, t = raw / (2^bits - 1) goes in and every output times 255 comes
-// out, unclamped; several functions read a field each and give their first
-// output. Components behind those written stay untouched.
-TEST(DataReader, Colours) {
-    constexpr uint32_t kNo = 0xDEAD;
-    struct Case {
-        std::vector<unsigned char> data;
-        int32_t bits, funcs;
+        int32_t coord;
+        int64_t lo, hi;
+        int32_t comp, funcs;  // funcs -1: no Function; 2: on DeviceGray
+        int64_t x, y;
         uint32_t c0, c1, c2, offset;
         const char* why;
     };
     // clang-format off
     const Case cases[] = {
-        {{0xE0}, 1, -1, 128, 128, 128, 0, "1 bit: white is 128, not 255"},
-        {{0xF0, 0x10}, 4, -1, 240, 0, 16, 1, "4 bits: times 16"},
-        {{0xFF, 0xF0, 0x0F, 0xF8, 0x00}, 12, -1, 255, 0, 0xF8, 4, "12 bits: the top 8"},
-        {{0xFF}, 8, -1, 255, 0x00FFFFFF, 0x00FFFFFF, 1, "past the end: 0xFFFFFF00 >> 8"},
-        {{0xFF, 0xFF}, 0, -1, 0, 0, 0, 0, "no bits: zeros, nothing read"},
-        {{0xFF}, 8, 1, 255, 255, 255, 1, "raw 255 is t = 1.0 exactly"},
-        {{0x80}, 8, 1, 127, 127, 127, 1, "raw 128: t = 128/255 truncated, 127.99 truncated"},
-        {{0x80}, 1, 1, 255, 255, 255, 0, "1 bit: raw 1 is t = 1.0"},
-        {{0xFF, 0xFF, 0xFF, 0xFF}, 32, 1, 0, 0, 0, 4, "32 bits: no largest value, t = 0"},
-        {{}, 8, 1, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0, "past the end: t far above 1.0"},
-        {{0xFF, 0x00, 0xAA}, 8, 2, 255, 0, kNo, 2, "two functions on gray: two fields"},
-        {{0xAA}, 8, 0, kNo, kNo, kNo, 0, "no functions: nothing read"},
+        {{0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0}, 32, 0, kOne, 0, -1, 67107840, 0, 0, 0, 0, 8,
+         "32 bits keep their top 16: 0xFFFF times the truncated 1/65535, just under 1.0"},
+        {{0x80, 0, 0, 0xFF, 0xFF, 0xFF}, 24, 0, 256 * kOne, 0, -1, 262148LL * 0x8000,
+         262148LL * 0xFFFF, 0, 0, 0, 6, "24 bits drop their low 8"},
+        {{0xFF, 0x00}, 8, -h, h, 0, -1, 6710886365, -h, 0, 0, 0, 2,
+         "8 bits over -100..100: the scale beyond 4.0 loses its low 12 bits"},
+        {{0x12}, 0, 3 * kOne, 9 * kOne, 0, -1, 3 * kOne, 3 * kOne, 0, 0, 0, 0, "no bits: Decode[0]"},
+        {{0xFF}, 16, 0, kOne, 0, -1, far, far, 0, 0, 0, 0, "past the end at 16 bits: far outside"},
+        {{0xE0}, 0, 0, kOne, 1, -1, 0, 0, 128, 128, 128, 0, "1 bit: white is 128, not 255"},
+        {{0xF0, 0x10}, 0, 0, kOne, 4, -1, 0, 0, 240, 0, 16, 1, "4 bits: times 16"},
+        {{0xFF, 0xF0, 0x0F, 0xF8, 0}, 0, 0, kOne, 12, -1, 0, 0, 255, 0, 0xF8, 4, "12 bits: the top 8"},
+        {{0xFF}, 0, 0, kOne, 8, -1, 0, 0, 255, 0xFFFFFF, 0xFFFFFF, 1, "past the end: 0xFFFFFF00 >> 8"},
+        {{0xFF}, 0, 0, kOne, 8, 1, 0, 0, 255, 255, 255, 1, "raw 255 is t = 1.0 exactly"},
+        {{0x80}, 0, 0, kOne, 8, 1, 0, 0, 127, 127, 127, 1, "raw 128: t = 128/255, truncated twice"},
+        {{0xFF, 0xFF, 0xFF, 0xFF}, 0, 0, kOne, 32, 1, 0, 0, 0, 0, 0, 4, "32 bits: t = 0"},
+        {{}, 0, 0, kOne, 8, 1, 0, 0, kAll, kAll, kAll, 0, "past the end: t far above 1.0"},
+        {{0xFF, 0x00, 0xAA}, 0, 0, kOne, 8, 2, 0, 0, 255, 0, kNo, 2, "two functions: two fields"},
+        {{0xAA}, 0, 0, kOne, 8, 0, 0, 0, kNo, kNo, kNo, 0, "no functions: nothing read"},
     };
     // clang-format on
+    Identity f0, f1;
+    CPDFFunction* funcs[2] = {&f0, &f1};
+    CPDFCSDeviceRGB rgb;
+    CPDFCSDeviceGray gray;
+    KXFIX dmin[8], dmax[8];
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.why);
-        Reader rd(c.data, 8, c.bits, {0, kOne, 0, kOne}, c.funcs);
+        Bytes b(c.data);
+        CPDFShadingDataReader r;
+        r.setup(&b.cur, c.coord, c.comp, KXFIX::from_raw(c.lo), KXFIX::from_raw(c.hi),
+                KXFIX::from_raw(c.lo), KXFIX::from_raw(c.hi), c.funcs < 0 ? nullptr : funcs,
+                c.funcs, c.funcs == 2 ? static_cast<CPDFCSBase*>(&gray) : &rgb, dmin, dmax);
+        _KXPOINTF pt;
+        r.read_pt(pt);
         PDF_COLOR clr;
-        for (uint32_t& v : clr.m_comps) v = kNo;
-        rd.r.read_clr(clr);
-        EXPECT_EQ(
-            (std::vector<uint32_t>{clr.m_comps[0], clr.m_comps[1], clr.m_comps[2], clr.m_comps[3]}),
-            (std::vector<uint32_t>{c.c0, c.c1, c.c2, kNo}));
-        EXPECT_EQ(rd.bytes.offset(), c.offset);
+        std::fill(std::begin(clr.m_comps), std::end(clr.m_comps), kNo);
+        r.read_clr(clr);
+        EXPECT_EQ((std::vector<int64_t>{pt.x.m_raw, pt.y.m_raw, clr.m_comps[0], clr.m_comps[1],
+                                        clr.m_comps[2], clr.m_comps[3], b.offset()}),
+                  (std::vector<int64_t>{c.x, c.y, c.c0, c.c1, c.c2, kNo, c.offset}))
+            << c.why;
     }
 }
 
