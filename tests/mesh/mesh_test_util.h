@@ -114,9 +114,7 @@ struct Canvas {
         for (int32_t y = 0; y < h; ++y)
             std::memset(px(0, y), fill, static_cast<size_t>(w * kBytes));
     }
-    uint8_t* px(int32_t x, int32_t y) {
-        return &bytes[static_cast<size_t>(y * bmp.m_stride + x * kBytes)];
-    }
+    uint8_t* px(int32_t x, int32_t y) { return &bytes[y * bmp.m_stride + x * kBytes]; }
     _KXRGBA colour(int32_t x, int32_t y) {
         return rgba(px(x, y)[2], px(x, y)[1], px(x, y)[0], px(x, y)[3]);
     }
@@ -174,20 +172,20 @@ void set_groups(Shading& s, const std::vector<Group>& groups) {
 
 inline int32_t low32(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(v)); }
 
-// A corner in absolute 1/128 pixel (origin included), with its colour or value.
+// A corner in absolute 1/128 pixel (origin included), with its value for
+// the index converter; the colour converter paints it opaque black.
 struct Corner {
     int64_t x, y;
-    _KXRGBA c;
     int32_t v;
 };
-inline Corner at(int64_t x, int64_t y, _KXRGBA c = {0, 0, 0, 255}, int32_t v = 0) {
-    return Corner{x, y, c, v};
-}
+inline Corner at(int64_t x, int64_t y, int32_t v = 0) { return Corner{x, y, v}; }
 
 // Opens, fills and closes a polygon as the meshes do; origin in pixels.
-inline void start(CKXPathCRender& p, const Corner& c) { p.m_start_rgba = p.m_cur_rgba = c.c; }
+inline void start(CKXPathCRender& p, const Corner&) {
+    p.m_start_rgba = p.m_cur_rgba = _KXRGBA{0, 0, 0, 255};
+}
 inline void start(CKXPathCRender2& p, const Corner& c) { p.m_start_value = p.m_cur_value = c.v; }
-inline _KXRGBA value(const CKXPathCRender&, const Corner& c) { return c.c; }
+inline _KXRGBA value(const CKXPathCRender&, const Corner&) { return _KXRGBA{0, 0, 0, 255}; }
 inline int32_t value(const CKXPathCRender2&, const Corner& c) { return c.v; }
 template <class Path>
 void outline(Path& p, const std::vector<Corner>& pts, int32_t ox, int32_t oy, int32_t height) {

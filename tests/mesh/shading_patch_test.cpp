@@ -4,6 +4,7 @@
 
 #include <array>
 #include <tuple>
+#include <utility>
 
 #include "mesh/mesh_test_util.h"
 
@@ -139,14 +140,17 @@ TEST(TensorLoad, SpiralAndSharedSides) {
     }
 }
 
-const _KXRGBA kRed = rgba(255, 0, 0);
-const _KXRGBA kSolid[4] = {kRed, kRed, kRed, kRed};
+const _KXRGBA kSolid[4] = {rgba(255, 0, 0), rgba(255, 0, 0), rgba(255, 0, 0), rgba(255, 0, 0)};
 const _KXRGBA kQuad[4] = {rgba(255, 0, 0), rgba(0, 255, 0), rgba(0, 0, 255), rgba(0, 0, 0)};
 
 // Coons steps: the device box of each curve's control points, width plus
 // height over 16 (u) or 8 (v), rounded up; the larger curve decides. A scale
-// of 8 keeps every raw unit of the sizes.
-TEST(CoonsSteps, BoxThresholds) {
+// of 8 keeps every raw unit of the sizes. Curves are sampled as one de
+// Casteljau step divided by N, then the quadratic form divided by N squared:
+// the plain cubic would give -262 and 262. The grid's four corners come out
+// exact, whatever the curves in between, with alpha 255 whatever the corners
+// hold; inside, one division over the bilinear form of the colours.
+TEST(CoonsGrid, StepsCurvesAndPoints) {
     // clang-format off
     const int64_t cases[][5] = {  // box width, height (raw), scale, ut, vt
         {raw(2), raw(2), 8, 1, 2},      // 16.0 exactly: one u step, but two v steps
@@ -159,54 +163,40 @@ TEST(CoonsSteps, BoxThresholds) {
     // clang-format on
     for (const auto& c : cases) {
         const Coons g = coons_box(0, 0, c[0] * kRawUnit, c[1] * kRawUnit, kSolid);
-        const _KXMATRIX m = scale(c[2], c[2]);
-        EXPECT_EQ(g.get_ut(m), c[3]) << c[0] << " by " << c[1];
-        EXPECT_EQ(g.get_vt(m), c[4]) << c[0] << " by " << c[1];
+        EXPECT_EQ(g.get_ut(scale(c[2], c[2])), c[3]) << c[0] << " by " << c[1];
+        EXPECT_EQ(g.get_vt(scale(c[2], c[2])), c[4]) << c[0] << " by " << c[1];
     }
     Coons g = coons_box(0, 0, 1, 1, kSolid);
     g.m_pts[4].y = fx(3);  // the u curve at v = 1 bulges: box 16 by 32
     EXPECT_EQ(g.get_ut(scale(16, 16)), 3);
     g.m_pts[8].x = fx(-1);  // the v curve at u = 1: box 32 by 16
     EXPECT_EQ(g.get_vt(scale(16, 16)), 6);
-}
 
-// Curves are sampled as one de Casteljau step divided by N, then the
-// quadratic form divided by N squared: the plain cubic would give -262 and
-// 262. The u curve at v = 0 (points 0, 11, 10, 9) comes second, behind the
-// one at v = 1.
-TEST(CoonsCurves, DivisionOrder) {
-    Coons g = coons_box(0, 0, 0, 0, kSolid);
+    g = coons_box(0, 0, 0, 0, kSolid);
     g.m_pts[11].x.m_raw = 1000;
     g.m_pts[10].x.m_raw = -1000;
-    _KXPOINTF* all = g.get_points_all(7, 2, _KXMATRIX::identity());
-    for (int i = 0; i <= 7; ++i)
-        EXPECT_EQ(all[8 + i].x.m_raw, (std::array{0, 261, 261, 104, -104, -261, -261, 0}[i])) << i;
-    KXFree(all);
-}
+    _KXPOINTF* curves = g.get_points_all(7, 2, _KXMATRIX::identity());
+    for (int i = 0; i <= 7; ++i)  // the u curve at v = 0 (0, 11, 10, 9) behind the one at v = 1
+        EXPECT_EQ(curves[8 + i].x.m_raw, (std::array{0, 261, 261, 104, -104, -261, -261, 0}[i]));
+    KXFree(curves);
 
-// The grid's four corners come out exact, whatever the curves in between,
-// with alpha 255 whatever the corners hold; inside, one division over the
-// bilinear form of the colours: (2 * 2 * 255) / 9 of corner 0 at (1, 1) of
-// 3 by 3.
-TEST(CoonsGrid, CornersExactAndColourInside) {
-    Coons g = coons_box(0, 0, 3, 2, kQuad);
+    g = coons_box(0, 0, 3, 2, kQuad);
     for (int k = 0; k < 12; ++k) g.m_pts[k].x.m_raw += 977 * k * k;
     for (int k = 0; k < 4; ++k) g.m_rgba[k].a = static_cast<uint8_t>(k * 60);
     const _KXMATRIX m = {fx(3.7), fx(0.3), fx(-1.1), fx(2.9), fx(11.5), fx(-3.25)};
-    _KXPOINTF* curves = g.get_points_all(7, 5, m);
+    curves = g.get_points_all(7, 5, m);
     _KXPOINTF p;
     _KXRGBA colour;
     for (const auto& c : {std::array{0, 0, 0, 0}, {0, 5, 3, 1}, {7, 5, 6, 2}, {7, 0, 9, 3}}) {
         _KXPOINTF want = g.m_pts[c[2]];
         m.transform_point(want);
         g.get_at(c[0], 7, c[1], 5, curves, p, colour);
-        EXPECT_EQ(p.x.m_raw, want.x.m_raw) << c[2];
-        EXPECT_EQ(p.y.m_raw, want.y.m_raw) << c[2];
+        EXPECT_EQ(std::pair(p.x.m_raw, p.y.m_raw), std::pair(want.x.m_raw, want.y.m_raw)) << c[2];
         EXPECT_EQ(word(colour), word(g.m_rgba[c[3]]) | 0xFF000000u) << c[2];
     }
     KXFree(curves);
     curves = g.get_points_all(3, 3, m);
-    g.get_at(1, 3, 1, 3, curves, p, colour);
+    g.get_at(1, 3, 1, 3, curves, p, colour);  // (2 * 2 * 255) / 9 of corner 0, and so on
     KXFree(curves);
     EXPECT_EQ(word(colour), word(rgba(2 * 2 * 255 / 9, 2 * 255 / 9, 255 / 9)));
 }
@@ -214,8 +204,12 @@ TEST(CoonsGrid, CornersExactAndColourInside) {
 int64_t bval(int r, int i) { return CPDFShadingTensor::ms_bval[r * 17 + i].m_raw; }
 
 // The Bernstein weights at t = i / 16: exact, symmetric, and a partition of
-// one in every column; a second init leaves them alone.
-TEST(TensorTable, BernsteinWeights) {
+// one in every column; a second init leaves them alone. get_xy at the corners
+// gives the corner points, exactly within 4.0 and with the low 12 bits of the
+// raw value cleared beyond, the first index running along u (the net's rows);
+// at the centre the weights are exact. Grid colours: the corners exactly,
+// then two truncating steps through an intermediate byte.
+TEST(TensorSurface, WeightsPointsAndColours) {
     CPDFShadingTensor::init();
     ASSERT_EQ(CPDFShadingTensor::ms_init, 1);
     // clang-format off
@@ -233,13 +227,7 @@ TEST(TensorTable, BernsteinWeights) {
     CPDFShadingTensor::init();
     EXPECT_EQ(bval(0, 5), 1);
     CPDFShadingTensor::ms_bval[5].m_raw = 0x14cc000;
-}
 
-// get_xy at the corners gives the corner points, exactly within 4.0 and with
-// the low 12 bits of the raw value cleared beyond; the first index runs
-// along u (the net's rows). A net of one point is that point everywhere.
-TEST(TensorSurface, CornersAndCentre) {
-    CPDFShadingTensor::init();
     CPDFShadingTensor s(nullptr);
     Tensor g = tensor_box(0, 0, 1, 1, kQuad);
     // clang-format off
@@ -254,38 +242,35 @@ TEST(TensorSurface, CornersAndCentre) {
     KXFIX x, y;
     for (const auto& c : cases) {
         s.get_xy(&g, static_cast<int>(c[0]), static_cast<int>(c[1]), x, y);
-        EXPECT_EQ(x.m_raw, c[5]) << c[2];
-        EXPECT_EQ(y.m_raw, c[6]) << c[2];
+        EXPECT_EQ(std::pair(x.m_raw, y.m_raw), std::pair(c[5], c[6])) << c[2];
     }
     for (auto& q : g.m_pts) q = pt_raw(raw(1), raw(2));
-    s.get_xy(&g, 8, 8, x, y);  // weights 1/64, 3/64, 9/64 ... : exact
-    EXPECT_TRUE(x.m_raw == raw(1) && y.m_raw == raw(2));
-}
+    s.get_xy(&g, 8, 8, x, y);
+    EXPECT_EQ(std::pair(x.m_raw, y.m_raw), std::pair(raw(1), raw(2)));
 
-// Grid colours: the corners exactly, then two truncating steps through an
-// intermediate byte.
-TEST(TensorGrid, Colours) {
-    Tensor g = tensor_box(0, 0, 1, 1, kQuad);
-    g.m_rgba[0].a = 9;
+    g.m_rgba[0].a = 9;  // the grid's alpha is 255 whatever is stored
     // clang-format off
-    const std::pair<int, _KXRGBA> cases[] = {
-        {0 * 17 + 0, rgba(255, 0, 0)},  // corner 0, alpha 255 whatever is stored
-        {0 * 17 + 16, rgba(0, 255, 0)},
-        {16 * 17 + 16, rgba(0, 0, 255)},
-        {16 * 17 + 0, rgba(0, 0, 0)},
+    const std::pair<int, _KXRGBA> colours[] = {
+        {0 * 17 + 0, rgba(255, 0, 0)}, {0 * 17 + 16, rgba(0, 255, 0)},
+        {16 * 17 + 16, rgba(0, 0, 255)}, {16 * 17 + 0, rgba(0, 0, 0)},
         {8 * 17 + 0, rgba(127, 0, 0)},   // halfway from 255 to 0 along u: (8 * 255) >> 4
         {1 * 17 + 1, rgba(224, 14, 0)},  // red: low 239, high 0; green: low 0, high 239
         {8 * 17 + 8, rgba(63, 63, 63)},  // each byte 127 on one side, then halved
     };
     // clang-format on
-    for (const auto& [k, c] : cases) EXPECT_EQ(word(g.get_rgba(k / 17, k % 17)), word(c)) << k;
+    for (const auto& [k, c] : colours) EXPECT_EQ(word(g.get_rgba(k / 17, k % 17)), word(c)) << k;
 }
 
 // Below 6.0 device units of corner-box width plus height a tensor patch is
 // one quadrilateral between its corners, with the stored alpha; from 6.0 on
-// it is the 16 by 16 grid, opaque. A side that bulges far beyond the corners
-// shows which one was painted.
-TEST(TensorRender, SixUnitThreshold) {
+// it is the 16 by 16 grid, opaque: a side that bulges far beyond the corners
+// shows which one was painted. Coons device coordinates become 1/128 pixel
+// by truncation: a top side one raw unit short of 128/128 lies inside row 0,
+// which the rim cell paints along it; at 128/128 it lies on the row boundary
+// and row 0 stays empty (rounding would put both there). Coons patches that
+// are skipped, under a matrix that scales by zero or with a u count that
+// wraps below zero, paint nothing, but the mask still applies, result 1.
+TEST(PatchRender, GridChoiceTruncationAndSkippedPatches) {
     CPDFShadingTensor::init();
     for (const int64_t less : {0, 1}) {
         // Corners within 4.0 keep every raw unit through the identity.
@@ -296,7 +281,7 @@ TEST(TensorRender, SixUnitThreshold) {
         g.m_pts[2] = pt_raw(raw(-9.5), raw(0.5));
         g.m_rgba[0].a = 0;
         CPDFShadingTensor s(nullptr);
-        set_groups(s, std::vector<Tensor>{g});
+        set_groups(s, std::vector{g});
         Mask mask(24, 24);
         Canvas32 c(24, 24);
         // Pixel (i, j) is device (i - 12, j - 12).
@@ -304,41 +289,21 @@ TEST(TensorRender, SixUnitThreshold) {
         EXPECT_EQ(c.colour(7, 12).a != 0, less == 0) << "in the bulge";
         EXPECT_NE(c.colour(12, 12).a, 0) << "inside the corners";
         EXPECT_EQ(c.colour(11, 11).a >= 252, less == 0);
-    }
-}
 
-// Coons device coordinates become 1/128 pixel by truncation: a top side one
-// raw unit short of 128/128 lies at 127/128, inside row 0, which the rim cell
-// paints along it; at 128/128 it lies on the row boundary and row 0 stays
-// empty. Rounding would put both on the boundary.
-TEST(CoonsRender, CoordinatesTruncateTo128th) {
-    for (const int64_t less : {1, 0}) {
-        CPDFShadingCoons s(nullptr);
-        set_groups(s, std::vector{coons_box(0, 1 - less * kRawUnit, 4, 4, kSolid)});
-        Mask mask(4, 4);
-        Canvas32 c(4, 4);
-        s.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, c.bmp);
-        EXPECT_EQ(c.colour(1, 0).a != 0, less == 1);
-        EXPECT_NE(c.colour(1, 1).a, 0);
-    }
-}
+        CPDFShadingCoons coons(nullptr);
+        set_groups(coons, std::vector{coons_box(0, 1 - (1 - less) * kRawUnit, 4, 4, kSolid)});
+        Canvas32 t(4, 4);
+        coons.render_to_bmp(_KXMATRIX::identity(), {0, 0}, mask.bmp, t.bmp);
+        EXPECT_EQ(t.colour(1, 0).a != 0, less == 0);
+        EXPECT_NE(t.colour(1, 1).a, 0);
 
-// Patches that are all skipped paint nothing, but the mask still limits the
-// picture and the result is 1: a matrix that scales by zero, and a u count
-// that wraps below zero.
-TEST(CoonsRender, SkippedPatchesStillApplyMask) {
-    const std::pair<double, Coons> cases[] = {
-        {0, coons_box(0, 0, 8, 8, kSolid)},
-        {1, coons_box(0, 0, 0x1p34 * 3, 8, kSolid)},
-    };
-    for (const auto& [k, g] : cases) {
-        CPDFShadingCoons s(nullptr);
-        set_groups(s, std::vector{g});
-        Mask mask(8, 8, 200);
-        Canvas32 c(8, 8, 0x80);
-        EXPECT_EQ(s.render_to_bmp(scale(k, k), {0, 0}, mask.bmp, c.bmp), 1);
-        for (int32_t i = 0; i < 64; ++i) ASSERT_EQ(word(c.colour(i % 8, i / 8)), 0x64808080u) << i;
-        EXPECT_TRUE(c.guards_intact());
+        set_groups(coons, std::vector{coons_box(0, 0, less ? 0x1p34 * 3 : 8, 8, kSolid)});
+        Mask partial(8, 8, 200);
+        Canvas32 skipped(8, 8, 0x80);
+        EXPECT_EQ(coons.render_to_bmp(scale(less, less), {0, 0}, partial.bmp, skipped.bmp), 1);
+        for (int32_t i = 0; i < 64; ++i)
+            ASSERT_EQ(word(skipped.colour(i % 8, i / 8)), 0x64808080u) << i;
+        EXPECT_TRUE(skipped.guards_intact());
     }
 }
 
