@@ -124,45 +124,26 @@ TEST(TriangleMeshLoad, RecordsRowsAndCuts) {
 }
 
 // A red square of two triangles, 8 units a side, then the same square in
-// blue, wound the other way.
-const std::string kSquareKeys =
-    "/ShadingType 4 /ColorSpace /DeviceRGB /BitsPerFlag 8 /BitsPerCoordinate 8 "
-    "/BitsPerComponent 8 /Decode [0 255 0 255 0 1 0 1 0 1]";
-const std::string kSquare = [] {
+// blue, wound the other way. Stream order is painting order: the blue
+// triangles cover the red ones. Corners are opaque whatever alpha was stored.
+// The colour form masks the picture at the end (coverage 255 takes one off,
+// an uncovered pixel keeps its colour but loses alpha); the gray form masks
+// the mask instead. Every vertex is rounded to the nearest 1/128 pixel: scaled
+// to 0.8 pixel the square lies inside pixel (0, 0), which is painted when its
+// centre, 64/128 into it, lies at or right of the left edge; an edge at
+// 64.5/128 rounds to 65 and misses it (truncation would give 64), a hair less
+// rounds to 64.
+TEST(FreeFormRender, StreamOrderOpaqueCornersMaskAndRounding) {
     Bits w;
     for (int k : {0, 1, 2, 3, 2, 1, 6, 5, 4, 5, 6, 7}) {
-        const bool blue = k > 3;
         w.put(0, 8).put(k & 1 ? 8 : 0, 8).put(k & 2 ? 8 : 0, 8);
-        w.put(blue ? 0 : 255, 8).put(0, 8).put(blue ? 255 : 0, 8);
+        w.put(k > 3 ? 0 : 255, 8).put(0, 8).put(k > 3 ? 255 : 0, 8);
     }
-    return w.bytes;
-}();
-
-// Every vertex is rounded to the nearest 1/128 pixel before it meets the
-// converter. Scaled to 0.8 pixel the square lies inside pixel (0, 0), which
-// is painted when its centre, 64/128 into it, lies at or right of the left
-// edge: an edge at 64.5/128 rounds to 65 and misses it (truncation would give
-// 64), a hair less rounds to 64.
-TEST(FreeFormRender, RoundsToTheNearest128thPixel) {
     MeshDoc doc;
-    auto* s = doc.load<CPDFShadingFreeForm>(kSquareKeys, kSquare);
-    for (const int64_t less : {0, 1}) {
-        _KXMATRIX m = scale(0.1, 0.1);
-        m.e = KXFIX::from_raw(64 * (kKxOne / 128) + kKxOne / 256 - less);
-        CanvasGray dst(4, 4);
-        Mask mask(4, 4);
-        ASSERT_EQ(s->render_to_bmpg(m, {0, 0}, mask.bmp, dst.bmp), 1);
-        EXPECT_EQ(dst.px(0, 0)[1] >= 254, less == 1);
-    }
-}
-
-// Stream order is painting order: the blue triangles cover the red ones.
-// Corners are opaque whatever alpha was stored. The colour form masks the
-// picture at the end (coverage 255 takes one off, an uncovered pixel keeps
-// its colour but loses alpha); the gray form masks the mask instead.
-TEST(FreeFormRender, StreamOrderOpaqueCornersAndTheMask) {
-    MeshDoc doc;
-    auto* s = doc.load<CPDFShadingFreeForm>(kSquareKeys, kSquare);
+    auto* s = doc.load<CPDFShadingFreeForm>(
+        "/ShadingType 4 /ColorSpace /DeviceRGB /BitsPerFlag 8 /BitsPerCoordinate 8 "
+        "/BitsPerComponent 8 /Decode [0 255 0 255 0 1 0 1 0 1]",
+        w.bytes);
     for (int i = 0; i < s->m_triangle_count; ++i)
         for (auto& v : s->m_triangles[i].m_v) v.m_rgba.a = 7;
     Canvas32 dst(12, 12, 0x11);
@@ -178,6 +159,13 @@ TEST(FreeFormRender, StreamOrderOpaqueCornersAndTheMask) {
     EXPECT_EQ(gray.px(3, 3)[0], (255 * 117) >> 10) << "blue's gray";
     EXPECT_GE(gray.px(3, 3)[1], 254) << "no mask applied to the picture";
     EXPECT_EQ(*gmask.px(11, 11), (200 * 200) >> 8);
+    for (const int64_t less : {0, 1}) {
+        _KXMATRIX m = scale(0.1, 0.1);
+        m.e = KXFIX::from_raw(64 * (kKxOne / 128) + kKxOne / 256 - less);
+        CanvasGray small(4, 4);
+        ASSERT_EQ(s->render_to_bmpg(m, {0, 0}, mask.bmp, small.bmp), 1);
+        EXPECT_EQ(small.px(0, 0)[1] >= 254, less == 1);
+    }
 }
 
 }  // namespace

@@ -57,11 +57,6 @@ void expect_first_continuation_growth_and_cut_tail(int type, int points) {
     for (const _KXRGBA& c : s->m_groups[5].m_rgba) EXPECT_EQ(word(c), 0xFFFFFFFFu);
 }
 
-TEST(PatchLoad, FirstContinuationGrowthAndCutTail) {
-    expect_first_continuation_growth_and_cut_tail<CPDFShadingCoons>(6, 12);
-    expect_first_continuation_growth_and_cut_tail<CPDFShadingTensor>(7, 16);
-}
-
 // Flags 1 to 3 take the previous patch's side walked in the same direction,
 // with both the colour and the colour word of its two corners; flags 4 to 7
 // count by their two low bits. The flag is BitsPerFlag bits at a byte
@@ -103,6 +98,7 @@ TEST(CoonsLoad, SharedEdgesAndFlagWidths) {
         EXPECT_EQ(px(s->m_groups[1].m_pts[0]), x0) << bits;
         EXPECT_EQ(px(s->m_groups[1].m_pts[4]), x4) << bits;
     }
+    expect_first_continuation_growth_and_cut_tail<CPDFShadingCoons>(6, 12);
 }
 
 // Points 1 to 16 in stream order fill the grid as a spiral from the outside
@@ -138,6 +134,7 @@ TEST(TensorLoad, SpiralAndSharedSides) {
         }
         EXPECT_EQ(word(next.m_rgba[2]), word(rgba(100, 101, 102)));
     }
+    expect_first_continuation_growth_and_cut_tail<CPDFShadingTensor>(7, 16);
 }
 
 const _KXRGBA kSolid[4] = {rgba(255, 0, 0), rgba(255, 0, 0), rgba(255, 0, 0), rgba(255, 0, 0)};
