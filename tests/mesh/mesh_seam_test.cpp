@@ -79,8 +79,8 @@ std::vector<int64_t> cuts(std::mt19937& rng, int64_t lo, int64_t hi, int64_t gap
 TEST(PathCRenderSeam, GridTriangulations) {
     std::mt19937 rng(20240611);
     for (int trial = 0; trial < 150; ++trial) {
-        const int32_t ox = static_cast<int32_t>(pick(rng, 11)) - 5;
-        const int32_t oy = static_cast<int32_t>(pick(rng, 11)) - 5;
+        const auto ox = static_cast<int32_t>(pick(rng, 11) - 5),
+                   oy = static_cast<int32_t>(pick(rng, 11) - 5);
         const bool conservative = trial % 2 == 1, wide = trial % 3 == 0;
         Counter counter(ox, oy, conservative);
         const int64_t x0 = ox * 128 + (wide ? -3000 - pick(rng, 100000) : pick(rng, 1200) - 600);
@@ -165,7 +165,6 @@ TEST(MeshSeams, WarpedLatticeCoversItsRectangle) {
         "/ShadingType 5 /ColorSpace /DeviceRGB /BitsPerCoordinate 16 /BitsPerComponent 8 "
         "/VerticesPerRow 9 /Decode [0 100 0 100 0 1 0 1 0 1]",
         w.bytes);
-    ASSERT_EQ(s->m_triangle_count, 96);
     const _KXMATRIX m = scale(0.437, -0.513, 3.71 + static_cast<double>(rng() % 1000) / 1e5, 31.29);
     _KXPOINTF p0 = s->m_triangles[0].m_v[0].m_pt, p1 = s->m_triangles[95].m_v[2].m_pt;
     m.transform_point(p0);
@@ -185,8 +184,7 @@ TEST(MeshSeams, WarpedLatticeCoversItsRectangle) {
 // more steps (its far side is longer): the chords of the first patch run
 // inside those of the second, and the sliver between them must not show.
 TEST(CoonsRender, SharedSideCutDifferentlyLeavesNoHole) {
-    const _KXRGBA red[4] = {rgba(255, 0, 0), rgba(255, 0, 0), rgba(255, 0, 0), rgba(255, 0, 0)};
-    auto a = coons_box(4, 4, 30, 60, red), b = coons_box(30, 4, 60, 60, red);
+    auto a = coons_box(4, 4, 30, 60, {}), b = coons_box(30, 4, 60, 60, {});  // painted opaque
     a.m_pts[7].x = a.m_pts[8].x = b.m_pts[1].x = b.m_pts[2].x = fx(36);
     b.m_pts[7].x = b.m_pts[8].x = fx(100);
     ASSERT_NE(a.get_vt(_KXMATRIX::identity()), b.get_vt(_KXMATRIX::identity()));
