@@ -101,7 +101,6 @@ TEST(DataReader, PointsAndColours) {
         {{0xFF, 0xFF, 0xFF, 0xFF}, 0, 0, kOne, 32, 1, 0, 0, 0, 0, 0, 4, "32 bits: t = 0"},
         {{}, 0, 0, kOne, 8, 1, 0, 0, kAll, kAll, kAll, 0, "past the end: t far above 1.0"},
         {{0xFF, 0x00, 0xAA}, 0, 0, kOne, 8, 2, 0, 0, 255, 0, kNo, 2, "two functions: two fields"},
-        {{0xAA}, 0, 0, kOne, 8, 0, 0, 0, kNo, kNo, kNo, 0, "no functions: nothing read"},
     };
     // clang-format on
     Identity f0, f1;

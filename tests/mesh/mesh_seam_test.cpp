@@ -27,14 +27,13 @@ bool near(int64_t i, int64_t x) {
 // Paints polygons one by one on 40 by 32 pixels and counts, per pixel, how
 // many painted it.
 struct Counter {
-    Canvas32 canvas{40, 32};
-    CKXPathCRender path;
     int32_t ox, oy;
+    bool conservative;
+    Canvas32 canvas{40, 32};
+    CKXPathCRender path{};
     std::vector<int> counts = std::vector<int>(40 * 32);
-    Counter(int32_t x, int32_t y, bool conservative) : ox(x), oy(y) {
-        path.m_conservative = conservative;
-    }
     void add(const std::vector<Corner>& poly) {
+        path.m_conservative = conservative;
         outline(path, poly, ox, oy, 32);
         path.render_smooth(&canvas.bmp);
         for (int32_t k = 0; k < 40 * 32; ++k)
@@ -46,14 +45,14 @@ struct Counter {
 // pixels, each once; conservatively every pixel it paints by centres and
 // none it doesn't touch. The first few bad pixels are reported.
 int bad_pixels(const Counter& c, int64_t x0, int64_t y0, int64_t x1, int64_t y1) {
-    Counter centres(c.ox, c.oy, false), wide(c.ox, c.oy, true);
+    Counter centres{c.ox, c.oy, false}, wide{c.ox, c.oy, true};
     centres.add({at(x0, y0), at(x1, y0), at(x1, y1), at(x0, y1)});
     wide.add({at(x0, y0), at(x1, y0), at(x1, y1), at(x0, y1)});
     int bad = 0;
     for (int32_t k = 0; k < 40 * 32; ++k) {
         const int n = c.counts[k];
         const bool side = near(c.ox + k % 40, x0) || near(c.ox + k % 40, x1);
-        const bool ok = c.path.m_conservative
+        const bool ok = c.conservative
                             ? side || (n >= centres.counts[k] && (n == 0 || wide.counts[k]))
                             : n == centres.counts[k] || (side && n <= 1);
         if (!ok && ++bad <= 5) ADD_FAILURE() << "pixel " << k % 40 << "," << k / 40 << ": " << n;
@@ -82,7 +81,7 @@ TEST(PathCRenderSeam, GridTriangulations) {
         const auto ox = static_cast<int32_t>(pick(rng, 11) - 5),
                    oy = static_cast<int32_t>(pick(rng, 11) - 5);
         const bool conservative = trial % 2 == 1, wide = trial % 3 == 0;
-        Counter counter(ox, oy, conservative);
+        Counter counter{ox, oy, conservative};
         const int64_t x0 = ox * 128 + (wide ? -3000 - pick(rng, 100000) : pick(rng, 1200) - 600);
         const int64_t y0 = oy * 128 + pick(rng, 600) - (conservative ? 2000 : 0);
         const int64_t x1 = wide ? (ox + 40) * 128 + pick(rng, 100000) : x0 + 600 + pick(rng, 4000);
@@ -132,7 +131,7 @@ TEST(PathCRenderSeam, SeamsCutIntoDifferentChordsLeaveNoHole) {
                                       static_cast<double>(hi - lo));
             return (a0 + a1) / 2 + std::llround(bulge * f);
         };
-        Counter counter(0, 0, true);
+        Counter counter{0, 0, true};
         for (int k = 0; k < n1 + n2; ++k) {
             const int n = k < n1 ? n1 : n2, i = k < n1 ? k : k - n1;
             const int64_t t0 = lo + (hi - lo) * i / n, t1 = lo + (hi - lo) * (i + 1) / n;
@@ -169,7 +168,7 @@ TEST(MeshSeams, WarpedLatticeCoversItsRectangle) {
     _KXPOINTF p0 = s->m_triangles[0].m_v[0].m_pt, p1 = s->m_triangles[95].m_v[2].m_pt;
     m.transform_point(p0);
     m.transform_point(p1);
-    Counter painted(0, 0, false);
+    Counter painted{0, 0, false};
     Mask mask(40, 32);
     ASSERT_EQ(s->render_to_bmp(m, {0, 0}, mask.bmp, painted.canvas.bmp), 1);
     for (int32_t k = 0; k < 40 * 32; ++k)

@@ -37,11 +37,8 @@ inline _KXRGBA rgba(int r, int g, int b, int a = 255) {
     return _KXRGBA{static_cast<uint8_t>(b), static_cast<uint8_t>(g), static_cast<uint8_t>(r),
                    static_cast<uint8_t>(a)};
 }
-inline uint32_t word(_KXRGBA c) {
-    uint32_t w;
-    std::memcpy(&w, &c, sizeof(w));
-    return w;
-}
+// The colour as the 32-bit word it is in memory.
+inline uint32_t word(_KXRGBA c) { return c.b | c.g << 8 | c.r << 16 | uint32_t{c.a} << 24; }
 inline _KXMATRIX scale(double sx, double sy, double ex = 0, double ey = 0) {
     return _KXMATRIX{fx(sx), KXFIX{0}, KXFIX{0}, fx(sy), fx(ex), fx(ey)};
 }

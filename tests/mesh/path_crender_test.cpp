@@ -3,6 +3,7 @@
 #include "mesh/path_crender.h"
 
 #include <array>
+#include <tuple>
 
 #include "mesh/mesh_test_util.h"
 #include "mesh/path_scan_p.h"
@@ -70,6 +71,23 @@ TEST(PathCRenderWalk, PiecesOfTheWorkedEdges) {
     for (const Case& c : cases)
         EXPECT_EQ(walk<detail::scan_index>(c.rows, c.x0, c.y0, c.v0, c.x1, c.y1, c.v1), c.want)
             << c.why;
+    // The record keeps a piece from ya to yb (ya < yb, whatever its direction)
+    // as crossing its row's centre line yc when ya <= yc < yb, x rounded up.
+    // clang-format off
+    const int crossings[][9] = {  // x0, y0, x1, y1, v0, v1; crossing x, direction (0 none), v
+        {0, 0, 101, 128, 0, 9, 51, 1, 4}, {101, 128, 0, 0, 9, 0, 51, -1, 4},  // whole rows
+        {30, 0, 50, 64, 3, 5, 0, 0, 0}, {30, 64, 50, 128, 3, 5, 30, 1, 3},    // down to, from yc
+        {30, 64, 50, 0, 3, 5, 0, 0, 0}, {50, 128, 30, 64, 5, 3, 30, -1, 3},   // up from, to yc
+    };
+    // clang-format on
+    for (const auto& c : crossings) {
+        KXPATH_CSCAN2 s{nullptr, 0, 0, 256, 0};
+        s.hline(c[0], c[1], c[2], c[3], c[4], c[5]);
+        const auto& it = s.m_items[0];
+        EXPECT_EQ(std::tuple(s.m_count, it.m_dir ? it.m_x : 0, it.m_dir, it.m_dir ? it.m_value : 0),
+                  std::tuple(1u, c[6], c[7], c[8]));
+        KXFree(s.m_items);
+    }
     // Each channel is cut and interpolated on its own, alpha like the rest: at
     // y 128 of 0..384, b (255*128)/384 = 85, g (255*256)/384 = 170, r 6 + 6,
     // alpha 85 + 170. Cut at line 0, each channel at its own middle.
