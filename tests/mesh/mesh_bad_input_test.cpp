@@ -110,7 +110,7 @@ TEST(MeshBadInput, RefusedDictionariesAndStuckTails) {
 TEST(MeshBadInput, PaintingStaysInsideTheBitmap) {
     // clang-format off
     const _KXMATRIX matrices[] = {
-        _KXMATRIX::identity(), scale(1 << 20, 1 << 20, -1e6, -1e6), scale(0, 0, 5, 5),
+        _KXMATRIX::identity(), scale(0, 0, 5, 5),
         {fx(-3e4), fx(2e4), fx(2e4), fx(3e4), fx(0), fx(0)},
         {fx(0.3), fx(0.9), fx(-0.9), fx(0.3), fx(8), fx(-3)},
         {KXFIX::from_raw(INT64_MAX), KXFIX::from_raw(INT64_MIN), KXFIX::from_raw(INT64_MAX),
@@ -124,15 +124,15 @@ TEST(MeshBadInput, PaintingStaysInsideTheBitmap) {
     const std::string wide = "[-1000000000 1000000000 -1000000000 1000000000 0 1 0 1 0 1]";
     for (int type = 4; type <= 7; ++type) {
         const std::string body = good_body(type);
-        for (const size_t cut :
-             {body.size(), body.size() - 3, size_t{type == 5 ? 12u : 6u}, size_t{0}}) {
+        for (const size_t cut : {body.size(), size_t{type == 5 ? 12u : 6u}, size_t{0}}) {
             MeshDoc doc;
             doc.add(cut ? keys(type) : keys(type, {{"BitsPerCoordinate", "32"}, {"Decode", wide}}),
                     cut ? body.substr(0, cut) : noise.substr(0, type < 6 ? 600 : 120));
             ShadingPtr s = doc.shading();
             s->load();
             for (const _KXMATRIX& m : matrices) {
-                for (const _KXPOINT o : {_KXPOINT{0, 0}, {-40, 25}, {1 << 30, -(1 << 30)}}) {
+                if (cut == 0 && (&m - matrices) % 4 != 0) continue;  // random: the extremes only
+                for (const _KXPOINT o : {_KXPOINT{-40, 25}, {1 << 30, -(1 << 30)}}) {
                     SCOPED_TRACE(::testing::Message() << seed << " " << type << " " << cut << " "
                                                       << (&m - matrices) << " " << o.x);
                     Canvas32 dst(20, 9, 0xA5, 12);
