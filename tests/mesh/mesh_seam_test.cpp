@@ -146,7 +146,7 @@ TEST(PathCRenderSeam, SeamsCutIntoDifferentChordsLeaveNoHole) {
 
 // A lattice with its inner vertices moved at random and its boundary ones
 // sliding along the sides of its rectangle, flipped and scaled to positions
-// anywhere within the 1/128 grid, paints its rectangle, each pixel once.
+// anywhere within the 1/128 grid, paints exactly the pixels of its rectangle.
 TEST(MeshSeams, WarpedLatticeCoversItsRectangle) {
     const uint32_t seed = std::random_device{}();
     std::mt19937 rng(seed);
