@@ -3,9 +3,12 @@
 // within their limits, painting never leaves the bitmap, and any allocation
 // may fail.
 
+#include <zlib.h>
+
 #include <map>
 #include <random>
 
+#include "mesh/mesh_load_p.h"
 #include "mesh/mesh_test_util.h"
 
 namespace shadepaint::meshtest {
@@ -107,6 +110,40 @@ TEST(MeshBadInput, RefusedDictionariesAndStuckTails) {
 
 // Far corners of cut streams, random bodies over a Decode range of a
 // billion units, huge, singular and wrapping matrices, windows far away.
+// A Flate body that inflates to 64 MiB of zeros, eight times the mesh data
+// limit (a body inflating to gigabytes takes the same path, only longer to
+// write): the load stops at the limit and terminates what it holds.
+TEST(MeshBadInput, BodyDecodingFarBeyondTheLimitStopsThere) {
+    z_stream z{};
+    ASSERT_EQ(deflateInit(&z, 1), Z_OK);
+    const std::vector<unsigned char> zeros(1 << 20, 0);
+    std::string body;
+    unsigned char out[1 << 16];
+    for (int mib = 0; mib < 64; ++mib) {
+        z.next_in = const_cast<unsigned char*>(zeros.data());
+        z.avail_in = static_cast<uInt>(zeros.size());
+        const int flush = mib == 63 ? Z_FINISH : Z_NO_FLUSH;
+        do {
+            z.next_out = out;
+            z.avail_out = sizeof out;
+            deflate(&z, flush);
+            body.append(reinterpret_cast<char*>(out), sizeof out - z.avail_out);
+        } while (z.avail_out == 0);
+    }
+    deflateEnd(&z);
+    MeshDoc doc;
+    doc.add("/Filter /FlateDecode", body);
+    ScopedObj o;
+    doc.xref.get_entity(o.obj, PDF_REF{1, 0});
+    int32_t size = -1;
+    unsigned char* data = detail::load_mesh_data(&doc.xref, o.obj, size);
+    ASSERT_NE(data, nullptr);
+    EXPECT_GT(size, detail::kMeshDataLimit - 0x20000);
+    EXPECT_LE(size, detail::kMeshDataLimit);
+    EXPECT_EQ(data[size], 0);
+    KXFree(data);
+}
+
 TEST(MeshBadInput, PaintingStaysInsideTheBitmap) {
     // clang-format off
     const _KXMATRIX matrices[] = {
