@@ -28,11 +28,12 @@ class CKXBmpGray;
 // in the order the edges arrived.
 struct KXPATH_CSCAN {
     struct _item {
-        int32_t m_x;       // crossing of the centre line, 1/128 pixel, rounded up
-        int32_t m_dir;     // +1 for an edge running down the bitmap, -1 up, 0 for
-                           // a piece that misses the centre line
-        _KXRGBA m_rgba;    // colour at the crossing
-        int32_t m_left_x;  // the piece's ends ordered by x, with their colours
+        int32_t m_x;        // crossing of the centre line, 1/128 pixel, rounded up
+        int32_t m_dir;      // +1 for an edge running down the bitmap, -1 up, 0 for
+                            // a piece that misses the centre line
+        _KXRGBA m_rgba;     // colour at the crossing
+        int32_t m_outline;  // 1: the pixels the piece passes through are painted
+        int32_t m_left_x;   // the piece's ends ordered by x, with their colours
         int32_t m_right_x;
         _KXRGBA m_left_rgba;
         _KXRGBA m_right_rgba;

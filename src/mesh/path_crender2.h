@@ -16,10 +16,11 @@ class CKXBmpGray;
 // One pixel row of the polygon: a record per piece of the outline in the row.
 struct KXPATH_CSCAN2 {
     struct _item {
-        int32_t m_x;       // crossing of the centre line, 1/128 pixel, rounded up
-        int32_t m_dir;     // +1 down the bitmap, -1 up, 0 if the centre line is missed
-        int32_t m_value;   // value at the crossing
-        int32_t m_left_x;  // the piece's ends ordered by x, with their values
+        int32_t m_x;        // crossing of the centre line, 1/128 pixel, rounded up
+        int32_t m_dir;      // +1 down the bitmap, -1 up, 0 if the centre line is missed
+        int32_t m_value;    // value at the crossing
+        int32_t m_outline;  // 1: the pixels the piece passes through are painted
+        int32_t m_left_x;   // the piece's ends ordered by x, with their values
         int32_t m_right_x;
         int32_t m_left_value;
         int32_t m_right_value;

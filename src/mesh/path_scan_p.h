@@ -23,25 +23,29 @@
 // fills between neighbouring crossings wherever the running sum of directions
 // is not zero: a pixel is inside when its centre lies at or right of the left
 // crossing and left of the right one, so a pixel on a shared edge belongs to
-// exactly one side. Triangle meshes, whose neighbours share their edges
-// exactly, are painted this way.
+// exactly one side. That is right for polygons whose neighbours share their
+// edges exactly: the triangles of a mesh, the cells inside a patch, the
+// wedges and pieces of a radial fan.
 //
 // Centre sampling alone leaves pinholes where neighbouring polygons meet
-// along outlines that differ by a fraction of a pixel: a patch side cut into
-// a different number of steps by each of its two patches, or a wedge edge cut
-// at the top or bottom of the bitmap, which is re-interpolated from the end
-// that is kept and so differs by a unit between its two directions. A
-// converter set to conservative painting (m_conservative) therefore paints,
-// before the centre-sampled spans, the pixels each piece passes through:
-// those it reaches more than 2/128 pixel into, so that a side lying on a
-// column boundary enters neither column, each taking the piece's colour at
-// the pixel's centre, held at its ends. Horizontal edges are no piece of any
-// row and add no crossing, but the converter keeps them aside (scan_flat)
-// and paints the pixels along them in the same way, unless they lie on a row
-// boundary. Such a polygon grows by the pixels its outline enters, and
-// neighbours overlap by those pixels, the later painting over the earlier;
-// a polygon whose outline runs along pixel boundaries still covers exactly
-// the pixels within it.
+// along outlines that differ by a fraction of a pixel. That happens in two
+// ways. An edge cut at the top or bottom of the bitmap is re-interpolated
+// from the end that is kept, so the two polygons sharing it, walking it in
+// opposite directions, can cross a row a unit apart: the pieces of every cut
+// edge are therefore painted along the outline (below). And a patch side may
+// be cut into a different number of steps by each of its two patches: a
+// converter set to conservative painting (m_conservative, used for the cells
+// on a patch's rim) paints every edge's pieces along the outline, and keeps
+// its horizontal edges aside to paint them too (scan_flat; they are no piece
+// of any row and add no crossing), unless they lie on a row boundary.
+//
+// Painting along the outline comes before the centre-sampled spans: the
+// pixels a piece passes through, those it reaches more than 2/128 pixel into
+// (so that a side lying on a column boundary enters neither column), each
+// take the piece's colour at the pixel's centre, held at its ends. Such a
+// polygon grows by the pixels its outline enters, and neighbours overlap by
+// those pixels, the later painting over the earlier; a polygon whose outline
+// runs along pixel boundaries still covers exactly the pixels within it.
 //
 // Values are interpolated along a span in 16 fraction bits, with the start
 // and step truncated toward the left value, so they stay within the two end
@@ -330,6 +334,7 @@ auto* scan_add_piece(Scan& s, bool pieces, int32_t x0, int32_t x1, typename Valu
     it->m_x = 0;
     it->m_dir = 0;
     Value::put_item(*it, nullptr);
+    it->m_outline = pieces ? 1 : 0;
     if (pieces) {
         const bool rightward = x0 <= x1;
         it->m_left_x = rightward ? x0 : x1;
@@ -449,6 +454,10 @@ void scan_edge(Scan* scans, int32_t rows, int32_t& first, int32_t& last, int32_t
         DY = Y1 - L;
         Y0 = L;
     }
+    // A cut edge is re-interpolated from the end it keeps, so the polygon on
+    // its other side, walking it the other way, may cross each row a unit
+    // away: its pixels are painted along the outline whatever the mode.
+    pieces = pieces || Y0 != y0 || Y1 != y1;
 
     const int64_t row0 = scan_cell(Y0), row1 = scan_cell(Y1);
     first = static_cast<int32_t>(std::min<int64_t>(first, std::min(row0, row1)));
@@ -519,6 +528,7 @@ void scan_flat(Conv& c, int32_t x0, int32_t x1, int32_t y, typename Value::value
     it.m_x = static_cast<int32_t>(scan_cell(y));
     it.m_dir = 0;
     Value::put_item(it, nullptr);
+    it.m_outline = 1;
     it.m_left_x = rightward ? x0 : x1;
     it.m_right_x = rightward ? x1 : x0;
     Value::put_ends(it, rightward ? c0 : c1, rightward ? c1 : c0);
@@ -540,8 +550,10 @@ bool scan_before(const Item& a, const Item& b) {
     Value::words(a, wa);
     Value::words(b, wb);
     if (wa[0] != wb[0]) return wa[0] < wb[0];
-    // Only a converter painting conservatively keeps the ends; otherwise
+    // Only a piece painted along its outline keeps its ends; otherwise
     // records equal so far paint alike.
+    if (a.m_outline != b.m_outline) return a.m_outline < b.m_outline;
+    if (!a.m_outline) return false;
     if (a.m_left_x != b.m_left_x) return a.m_left_x < b.m_left_x;
     if (a.m_right_x != b.m_right_x) return a.m_right_x < b.m_right_x;
     return std::lexicographical_compare(wa + 1, wa + 3, wb + 1, wb + 3);
@@ -635,9 +647,8 @@ void scan_render(Conv& c, CKXBmp* dst, const typename Store::table_type* table) 
     const int64_t first = std::max(c.m_dirty_first, 0);
     const int64_t last = std::min<int64_t>({c.m_dirty_last, int64_t{c.m_rows} - 1,
                                             int64_t{dst->m_height} - 1, int64_t{c.m_rows_cap} - 1});
-    const bool outline = c.m_conservative;
     const int64_t rows = std::min<int64_t>(c.m_rows, dst->m_height);
-    for (uint32_t k = 0; outline && k < c.m_flat_count; ++k) {
+    for (uint32_t k = 0; k < c.m_flat_count; ++k) {
         const Item& it = c.m_flats[k];
         if (it.m_x < rows && !(c.m_scans[it.m_x].m_aux & kScanRowLost))
             scan_piece<Value, Store>(dst->m_data + int64_t{it.m_x} * dst->m_stride, dst->m_width,
@@ -650,7 +661,8 @@ void scan_render(Conv& c, CKXBmp* dst, const typename Store::table_type* table) 
         scan_sort<Value>(s.m_items, s.m_count);
         uint32_t n = 0;
         for (uint32_t k = 0; k < s.m_count; ++k) {
-            if (outline) scan_piece<Value, Store>(row, dst->m_width, s.m_items[k], table);
+            if (s.m_items[k].m_outline)
+                scan_piece<Value, Store>(row, dst->m_width, s.m_items[k], table);
             if (s.m_items[k].m_dir != 0) n = k + 1;
         }
         int32_t winding = 0;

@@ -330,11 +330,6 @@ void paint_fan(const CPDFShadingRadial& s, const _KXMATRIX& matrix, const _KXPOI
     Form::before(s, dst);
     {
         CKXPathCRender2 path;
-        // Neighbouring wedges and pieces share edges, but an edge cut at the
-        // top or bottom of the bitmap is re-interpolated from the end each
-        // polygon keeps, and the two can differ by a unit: painting every
-        // pixel an outline passes through keeps that from showing as holes.
-        path.m_conservative = true;
         const auto at = [&](float b, _KXPOINTF& on0, _KXPOINTF& on1) {
             const KXFIX c = KXFIX::from_float(std::cos(b));
             const KXFIX sn = KXFIX::from_float(std::sin(b));
