@@ -96,8 +96,9 @@ public:
     void line_to(int x, int y, _KXRGBA c);
     // Paints the closed polygon: each pixel whose centre lies inside the outline
     // (nonzero rule) takes the colour interpolated along its row between the
-    // crossings on either side of it, alpha included; with m_conservative, the
-    // pixels the outline passes through first take the outline's colour.
+    // crossings on either side of it, alpha included. Before that, the pixels
+    // that the pieces of an edge cut at the top or bottom pass through (all
+    // edges' with m_conservative) take the outline's colour there.
     void render_smooth(CKXBmp32* dst);
     // The same pixels as gray (r*306 + g*601 + b*117) >> 10 and alpha.
     void render_smoothg(CKXBmpGray* dst);

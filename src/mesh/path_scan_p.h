@@ -344,8 +344,9 @@ auto* scan_add_piece(Scan& s, bool pieces, int32_t x0, int32_t x1, typename Valu
     return it;
 }
 
-// Records a piece; one that misses the centre line only if `pieces` (the
-// converter paints conservatively), since otherwise nothing reads it.
+// Records a piece; one that misses the centre line only if `pieces` (it is to
+// be painted along the outline: the converter paints conservatively, or the
+// edge was cut), since otherwise nothing reads it.
 template <class Value, class Scan>
 void scan_hline(Scan& s, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
                 typename Value::value_type c0, typename Value::value_type c1, bool pieces = true) {
