@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "engine/xref_table.h"
+#include "fuzz_input.h"
 #include "numeric/kxfix.h"
 #include "numeric/kxmatrix.h"
 #include "object/pdf_obj.h"
@@ -27,15 +28,6 @@ constexpr int32_t kMaxSide = 48;
 constexpr int32_t kBandedWidth = 201;
 constexpr int32_t kBandedHeight = 200;
 constexpr size_t kSparseStep = 61;
-constexpr int32_t kMaxObjects = 16;
-constexpr char kSeparator[] = "endobj";
-constexpr size_t kSeparatorLen = sizeof kSeparator - 1;
-
-const char* find_separator(const char* p, const char* end) {
-    for (; static_cast<size_t>(end - p) >= kSeparatorLen; ++p)
-        if (std::memcmp(p, kSeparator, kSeparatorLen) == 0) return p;
-    return end;
-}
 
 // -8.0 to 7.5 in halves.
 KXFIX half_steps(uint8_t b) {
@@ -60,18 +52,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     const char* text = reinterpret_cast<const char*>(data + kHeaderBytes);
     const char* end = reinterpret_cast<const char*>(data + size);
-    const char* cut = find_separator(text, end);
     CPDFXRefTable xref;
-    const char* p = cut;
-    for (int32_t num = 1; p < end && num <= kMaxObjects; ++num) {
-        p += kSeparatorLen;
-        const char* next = find_separator(p, end);
-        xref.set_object(num, p, static_cast<size_t>(next - p));
-        p = next;
-    }
-
     ScopedObj obj;
-    if (!CPDFXRefTable::parse_object(text, static_cast<size_t>(cut - text), obj.obj)) return 0;
+    if (!fuzzinput::read(text, end, xref, obj.obj)) return 0;
     CPDFShading* s = CPDFShading::parser_shading(&xref, &obj.obj);
     if (!s) return 0;
     if (s->m_type == 1) {

@@ -8,6 +8,7 @@
 
 #include "engine/ext_gstate.h"
 #include "engine/xref_table.h"
+#include "fuzz_input.h"
 #include "numeric/kxmatrix.h"
 #include "object/pdf_obj.h"
 #include "pattern/pat_shading.h"
@@ -20,15 +21,6 @@ using namespace shadepaint;
 namespace {
 
 constexpr int32_t kSide = 12;
-constexpr int32_t kMaxObjects = 16;
-constexpr char kSeparator[] = "endobj";
-constexpr size_t kSeparatorLen = sizeof kSeparator - 1;
-
-const char* find_separator(const char* p, const char* end) {
-    for (; static_cast<size_t>(end - p) >= kSeparatorLen; ++p)
-        if (std::memcmp(p, kSeparator, kSeparatorLen) == 0) return p;
-    return end;
-}
 
 void paint(const CPDFPatShading& p) {
     if (!p.m_shading) return;
@@ -49,19 +41,9 @@ void paint(const CPDFPatShading& p) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const char* text = reinterpret_cast<const char*>(data);
     const char* end = text + size;
-    const char* cut = find_separator(text, end);
-
     CPDFXRefTable xref;
-    const char* p = cut;
-    for (int32_t num = 1; p < end && num <= kMaxObjects; ++num) {
-        p += kSeparatorLen;
-        const char* next = find_separator(p, end);
-        xref.set_object(num, p, static_cast<size_t>(next - p));
-        p = next;
-    }
-
     ScopedObj obj;
-    if (!CPDFXRefTable::parse_object(text, static_cast<size_t>(cut - text), obj.obj)) return 0;
+    if (!fuzzinput::read(text, end, xref, obj.obj)) return 0;
     CPDFPattern* pattern = CPDFPattern::parser_pattern(&xref, &obj.obj);
     if (!pattern) return 0;
     pattern->load();

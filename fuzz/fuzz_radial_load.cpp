@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "engine/xref_table.h"
+#include "fuzz_input.h"
 #include "numeric/kxfix.h"
 #include "numeric/kxmatrix.h"
 #include "object/pdf_obj.h"
@@ -21,9 +22,6 @@ using namespace shadepaint;
 namespace {
 
 constexpr size_t kMaxInput = 1 << 14;
-constexpr int32_t kMaxObjects = 16;
-constexpr char kSeparator[] = "endobj";
-constexpr size_t kSeparatorLen = sizeof kSeparator - 1;
 constexpr int32_t kWidth = 32;
 constexpr int32_t kHeight = 24;
 // 40200 pixels and 200 rows: four bands of 50 rows.
@@ -31,12 +29,6 @@ constexpr int32_t kBandedWidth = 201;
 constexpr int32_t kBandedHeight = 200;
 constexpr size_t kGuard = 32;
 constexpr uint8_t kGuardByte = 0xa5;
-
-const char* find_separator(const char* p, const char* end) {
-    for (; static_cast<size_t>(end - p) >= kSeparatorLen; ++p)
-        if (std::memcmp(p, kSeparator, kSeparatorLen) == 0) return p;
-    return end;
-}
 
 KXFIX fix(int64_t whole, int64_t frac_raw = 0) {
     return KXFIX::from_raw(whole * kKxOne + frac_raw);
@@ -70,18 +62,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > kMaxInput) return 0;
     const char* text = reinterpret_cast<const char*>(data);
     const char* end = text + size;
-    const char* cut = find_separator(text, end);
     CPDFXRefTable xref;
-    const char* p = cut;
-    for (int32_t num = 1; p < end && num <= kMaxObjects; ++num) {
-        p += kSeparatorLen;
-        const char* next = find_separator(p, end);
-        xref.set_object(num, p, static_cast<size_t>(next - p));
-        p = next;
-    }
-
     ScopedObj obj;
-    if (!CPDFXRefTable::parse_object(text, static_cast<size_t>(cut - text), obj.obj)) return 0;
+    if (!fuzzinput::read(text, end, xref, obj.obj)) return 0;
     CPDFShading* s = CPDFShading::parser_shading(&xref, &obj.obj);
     if (!s) return 0;
     if (s->m_type == 3) {

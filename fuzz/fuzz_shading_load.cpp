@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "engine/xref_table.h"
+#include "fuzz_input.h"
 #include "numeric/kxfix.h"
 #include "numeric/kxmatrix.h"
 #include "object/pdf_obj.h"
@@ -18,35 +19,17 @@ using namespace shadepaint;
 namespace {
 
 constexpr int32_t kSide = 16;
-constexpr int32_t kMaxObjects = 16;
-constexpr char kSeparator[] = "endobj";
-constexpr size_t kSeparatorLen = sizeof kSeparator - 1;
-
-const char* find_separator(const char* p, const char* end) {
-    for (; static_cast<size_t>(end - p) >= kSeparatorLen; ++p)
-        if (std::memcmp(p, kSeparator, kSeparatorLen) == 0) return p;
-    return end;
-}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const char* const text = reinterpret_cast<const char*>(data);
     const char* const end = text + size;
-    const char* cut = find_separator(text, end);
-
     CPDFXRefTable xref;
-    const char* next = cut == end ? end : cut + kSeparatorLen;
-    for (int32_t num = 1; num <= kMaxObjects && next < end; ++num) {
-        const char* part_end = find_separator(next, end);
-        xref.set_object(num, next, static_cast<size_t>(part_end - next));
-        next = part_end == end ? end : part_end + kSeparatorLen;
-    }
-
     CPDFObj obj;
     obj.init_empty();
     // A parsed stream's body stays in the input, which outlives the shading.
-    if (!CPDFXRefTable::parse_object(text, static_cast<size_t>(cut - text), obj)) return 0;
+    if (!fuzzinput::read(text, end, xref, obj)) return 0;
     CPDFShading* shading = CPDFShading::parser_shading(&xref, &obj);
     obj.free();
     if (!shading) return 0;

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "engine/xref_table.h"
+#include "fuzz_input.h"
 #include "numeric/kxfix.h"
 #include "numeric/kxmatrix.h"
 #include "object/pdf_obj.h"
@@ -33,19 +34,11 @@ namespace meshfuzz {
 using namespace shadepaint;
 
 constexpr size_t kMaxEntries = 4096;
-constexpr int32_t kMaxObjects = 16;
 constexpr int32_t kShadingObject = 100;
 constexpr int32_t kWidth = 29;
 constexpr int32_t kHeight = 17;
 constexpr size_t kGuard = 32;
 constexpr uint8_t kGuardByte = 0xa5;
-
-inline const char* find(const char* p, const char* end, const char* word) {
-    const size_t n = std::strlen(word);
-    for (; static_cast<size_t>(end - p) >= n; ++p)
-        if (std::memcmp(p, word, n) == 0) return p;
-    return end;
-}
 
 inline KXFIX fix(int64_t whole, int64_t frac_raw = 0) {
     return KXFIX::from_raw(whole * kKxOne + frac_raw);
@@ -87,22 +80,17 @@ inline void paint(const CPDFShading& s, const _KXMATRIX& m, const _KXPOINT& orig
 inline CPDFShading* load(const uint8_t* data, size_t size, int type, size_t max_body) {
     const char* text = reinterpret_cast<const char*>(data);
     const char* end = text + size;
+    using fuzzinput::find;
     const char* body = find(text, end, "stream\n");
     const char* entries_end = body;
     body = body == end ? end : body + std::strlen("stream\n");
     if (static_cast<size_t>(entries_end - text) > kMaxEntries) return nullptr;
     if (static_cast<size_t>(end - body) > max_body) return nullptr;
-    const char* objects = find(text, entries_end, "endobj");
+    const char* objects = find(text, entries_end);
     if (find(text, objects, "Filter") != objects) return nullptr;
 
     CPDFXRefTable xref;
-    const char* p = objects;
-    for (int32_t num = 1; p < entries_end && num <= kMaxObjects; ++num) {
-        p += std::strlen("endobj");
-        const char* next = find(p, entries_end, "endobj");
-        xref.set_object(num, p, static_cast<size_t>(next - p));
-        p = next;
-    }
+    fuzzinput::add_objects(xref, objects, entries_end);
     const std::string body_text(body, end);
     const std::string shading =
         "<< " + std::string(text, objects) + " /ShadingType " + std::to_string(type) + " /Length " +
