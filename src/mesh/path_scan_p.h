@@ -320,8 +320,19 @@ bool scan_grow(Scan& s) {
     return true;
 }
 
-// A new record without a crossing, holding the piece's ends if `pieces`;
-// null (and the row marked lost) if the row's store can't grow.
+// A piece's ends, ordered by x, with their values.
+template <class Value>
+void scan_set_ends(typename Value::item_type& it, int32_t x0, int32_t x1,
+                   typename Value::value_type c0, typename Value::value_type c1) {
+    const bool rightward = x0 <= x1;
+    it.m_left_x = rightward ? x0 : x1;
+    it.m_right_x = rightward ? x1 : x0;
+    Value::put_ends(it, rightward ? c0 : c1, rightward ? c1 : c0);
+}
+
+// A new record holding the piece's ends if `pieces`, its crossing left for
+// the caller to fill; null (and the row marked lost) if the row's store
+// can't grow.
 template <class Value, class Scan>
 auto* scan_add_piece(Scan& s, bool pieces, int32_t x0, int32_t x1, typename Value::value_type c0,
                      typename Value::value_type c1) {
@@ -331,15 +342,9 @@ auto* scan_add_piece(Scan& s, bool pieces, int32_t x0, int32_t x1, typename Valu
         return it;
     }
     it = &s.m_items[s.m_count++];
-    it->m_x = 0;
-    it->m_dir = 0;
-    Value::put_item(*it, nullptr);
     it->m_outline = pieces ? 1 : 0;
     if (pieces) {
-        const bool rightward = x0 <= x1;
-        it->m_left_x = rightward ? x0 : x1;
-        it->m_right_x = rightward ? x1 : x0;
-        Value::put_ends(*it, rightward ? c0 : c1, rightward ? c1 : c0);
+        scan_set_ends<Value>(*it, x0, x1, c0, c1);
     }
     return it;
 }
@@ -361,8 +366,14 @@ void scan_hline(Scan& s, int32_t x0, int32_t y0, int32_t x1, int32_t y1,
     const bool crosses = yc >= ya && yc < yb;
     if (!crosses && !pieces) return;
     auto* piece = scan_add_piece<Value>(s, pieces, x0, x1, c0, c1);
-    if (!piece || !crosses) return;
+    if (!piece) return;
     auto& it = *piece;
+    if (!crosses) {
+        it.m_x = 0;
+        it.m_dir = 0;
+        Value::put_item(it, nullptr);
+        return;
+    }
     int64_t va[N], vb[N], v[N];
     Value::unpack(down ? c0 : c1, va);
     Value::unpack(down ? c1 : c0, vb);
@@ -525,14 +536,11 @@ void scan_flat(Conv& c, int32_t x0, int32_t x1, int32_t y, typename Value::value
         c.m_flat_cap = static_cast<uint32_t>(want);
     }
     Item& it = c.m_flats[c.m_flat_count++];
-    const bool rightward = x0 <= x1;
     it.m_x = static_cast<int32_t>(scan_cell(y));
     it.m_dir = 0;
     Value::put_item(it, nullptr);
     it.m_outline = 1;
-    it.m_left_x = rightward ? x0 : x1;
-    it.m_right_x = rightward ? x1 : x0;
-    Value::put_ends(it, rightward ? c0 : c1, rightward ? c1 : c0);
+    scan_set_ends<Value>(it, x0, x1, c0, c1);
 }
 
 // ---------------------------------------------------------------------------
