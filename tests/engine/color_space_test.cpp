@@ -109,14 +109,12 @@ TEST(ColorSpaces, Conversions) {
         const char* space; PDF_COLOR in; uint32_t rgb; uint32_t gray; uint32_t cmyk[4];
     } cases[] = {
         {"/G", {{0x180}}, 0x808080, 128, {0, 0, 0, 127}},
-        {"/CMYK", {{255, 0, 0, 0}}, 0x00ffff, 178, {255, 0, 0, 0}},
         {"/CMYK", {{100, 200, 50, 100}}, 0x370069, 28, {100, 200, 50, 100}},
         {"[/Indexed /DeviceRGB 1 <ff0000 00ff00>]", {{2}}, 0x00ff00, 149, {255, 0, 0, 7}},
         {"[/Indexed /DeviceRGB 1 <ff0000 00>]", {{1}}, 0x000000, 0, {0, 0, 255, 7}},
         {"[/Indexed /DeviceRGB 1000 <ff0000>]", {{255}}, 0x000000, 0, {0, 0, 255, 7}},
         {"[/Indexed /DeviceRGB 1 12 0 R]", {{1}}, 0x01ff01, 150, {254, 0, 0, 7}},
         {"[/Indexed /DeviceGray 3 13 0 R]", {{1}}, 0x202020, 32, {0, 0, 0, 223}},
-        {"[/Indexed [/DeviceN [/None] /DeviceGray 1] 0 <80>]", {{0}}, 0xffffff, 255, {0, 0, 0, 0}},
         {"[/DeviceN [/A /B /C] /DeviceRGB 21 0 R]", {{10, 20, 30}}, 0x0a141e, 18,
          {20, 10, 225, 7}},
         {"[/Separation /S /DeviceRGB 20 0 R]", {{200}}, 0xc80000, 59, {0, 200, 55, 7}},

@@ -33,7 +33,6 @@ TEST(ExtGState, Values) {
     } cases[] = {
         {"<< >>", 1, 0, kOne, kOne, kBlendNormal, 0, kOne},
         {"4 0 R", 1, kCA | kLW, kOne / 2, kOne, kBlendNormal, 0, 3 * kOne},
-        {"5", 0, 0, kOne, kOne, kBlendNormal, 0, kOne},
         {"<< /CA 2 /ca -0.5 >>", 1, kCA | kca, kOne, 0, kBlendNormal, 0, kOne},  // clamped
         {"<< /CA /Half /ca 1 0 R >>", 1, kca, kOne, kOne / 4, kBlendNormal, 0, kOne},
         {"<< /BM [/Bogus /HardLight /Screen] >>", 1, kBM, kOne, kOne, kBlendHardLight, 0, kOne},

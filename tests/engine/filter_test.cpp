@@ -34,14 +34,11 @@ public:
             EXPECT_TRUE(m_table.set_object(i + 1, objects[i].data(), objects[i].size()));
         m_table.get_entity(m_obj.obj, PDF_REF{1, 0});
     }
-    std::unique_ptr<CPDFStream> open() {
-        if (m_obj.obj.m_tag != kObjStream) return nullptr;
-        return std::unique_ptr<CPDFStream>(m_table.make_stream(m_obj.obj.m_stream));
-    }
     // The decoded body, read in pieces until one comes back short, which by
     // the readers' contract is the end: a further read gives nothing.
     std::string read(uint32_t piece) {
-        std::unique_ptr<CPDFStream> s = open();
+        std::unique_ptr<CPDFStream> s(
+            m_obj.obj.m_tag == kObjStream ? m_table.make_stream(m_obj.obj.m_stream) : nullptr);
         std::string out;
         std::vector<unsigned char> buf(piece);
         for (uint32_t n = piece; s && n == piece && out.size() < (size_t{1} << 26);) {
@@ -187,7 +184,6 @@ TEST(FilterFlate, DeflateAndPredictors) {
         {"/Filter /Fl", zlib(""), "", "nothing"},
         {"/Filter /Fl /DecodeParms << /Predictor 12 >>", zlib(png_predict(small, 1, 8, 1, {2})),
          small, "defaults: one byte a row"},
-        {"/Filter /Fl /DecodeParms << /Predictor 1 >>", zlib(small), small, "1 is no predictor"},
         {"/Filter /Fl " + parms(2, 1, 1, 3), zlib("\xa7"), "\xc7", "TIFF, 1 bit"},
         {"/Filter /Fl " + parms(2, 1, 16, 2),
          zlib(std::string("\x00\x01\xff\xff\x00\xff\x00\x01", 8)),
@@ -223,14 +219,11 @@ TEST(FilterFlate, CorruptDataAndRefusedParameters) {
         {"/Filter /Fl", z.substr(0, z.size() - 4), data, "the check value missing"},
         {"/Filter /Fl", bad_check, data, "a bad check value is found only after the data"},
         {"/Filter /Fl", stored, head, "a bad block after a good one"},
-        {"/Filter /Fl", stored.substr(0, 1007), head.substr(0, 1000), "cut inside a block"},
         {"/Filter /Fl", "x", "", "no zlib stream"},
         {p11, zlib(bad_type), data.substr(0, 20), "a row type above 4 ends before that row"},
         {p11, zlib(png.substr(0, 3 * 11 + 4)), data.substr(0, 33), "a last row cut short"},
-        {p11, zlib(png.substr(0, 3 * 11 + 1)), data.substr(0, 30), "a type byte alone"},
         {p + "<< /Predictor 3 >>", z, "", "no such predictor"},
         {p + "<< /Predictor 16 >>", z, "", "beyond the PNG range"},
-        {p + "<< /Predictor 12 /Colors 33 >>", z, "", "too many colours"},
         {p + "<< /Predictor 2 /BitsPerComponent 3 >>", z, "", "3-bit samples"},
         {p + "<< /Predictor 12 /Columns 2000000 /Colors 4 >>", z, "", "a row beyond the limit"},
     });
@@ -243,8 +236,6 @@ TEST(FilterLZW, EarlyChangeAndCorruptCodes) {
     const std::string e0 = "/Filter /LZWDecode /DecodeParms << /EarlyChange 0 >>";
     const std::string d = sample_bytes(2400, 8);
     check({
-        {"/Filter /LZWDecode", lzw(""), "", "nothing but clear and end codes"},
-        {"/Filter /LZW", lzw("abababababababab"), "abababababababab", "codes before their entry"},
         {"/Filter /LZW", lzw(mixed), mixed, "every width up to 12 bits across several clears"},
         {e0, lzw(mixed, 0), mixed, "EarlyChange 0"},
         {"/Filter /LZW", lzw(full, 1, false), full, "a full table keeps 12-bit codes"},
@@ -255,7 +246,6 @@ TEST(FilterLZW, EarlyChangeAndCorruptCodes) {
         {"/Filter /LZW", codes({256, 258, 'a'}), "", "a first code above 255"},
         {"/Filter /LZW", codes({'a', 257, 'b'}), "a", "nothing after the end code"},
         {"/Filter /LZW", codes({'a', 256, 256, 'b', 258}), "abbb", "258 unknown after clears"},
-        {"/Filter /LZW", codes({'a', 'b', 258}).substr(0, 3), "ab", "a code cut short"},
     });
 }
 
@@ -266,19 +256,15 @@ TEST(FilterText, DecodeAndCorruptData) {
     check({
         {ahx_f, "48 65\n6c6C 6f>", "Hello", "white space between and inside pairs, either case"},
         {ahx_f, "414>", std::string("A@", 2), "a lone last digit takes a 0"},
-        {ahx_f, "4142x43>", "AB", "a garbage character ends the body"},
         {a85, "9jqo^F*2L~>", "Man sur", "a group of five and a last group of four"},
-        {a85, "9jqo^Er~>", "Man s", "a last group of two gives one byte"},
         {a85, "9j qo\n^\tF*2L~", "Man sur", "white space anywhere; '~' alone ends"},
         {a85, "z9jqo^zz~>", std::string(4, '\0') + man + std::string(8, '\0'), "z groups"},
         {a85, "9jz~>", "", "'z' inside a group is corrupt"},
-        {a85, "9jqo^{F*2L~>", man, "a character outside the alphabet"},
         {a85, "9jqo^s8W-!~>", man + "\xff\xff\xff\xff", "the largest group, 2^32 - 1"},
         {a85, "9jqo^s8W-\"~>", man, "a group worth 2^32"},
         {rl, std::string("\x02" "abc" "\xfe" "x" "\x80", 7), "abcxxx", "a literal run, a repeat"},
         {rl, std::string("\x81" "y" "\x80", 3), std::string(128, 'y'), "the longest repeat"},
         {rl, std::string("\x05" "ab", 3), "ab", "a literal run cut short delivers what it has"},
-        {rl, std::string("\x01" "ab" "\xf0", 4), "ab", "a repeat without its byte"},
     });
     // clang-format on
 }
@@ -299,16 +285,13 @@ TEST(FilterChain, FormsAndLimits) {
     check({
         {"/Filter /FlateDecode /DecodeParms " + p, pz, data, "a name and a dictionary"},
         {"/Filter [/AHx /Fl] /DecodeParms [null " + p + "]", hex_pz, data, "null: no parameters"},
-        {"/Filter [/AHx /Fl] /DecodeParms [null]", hex_pz, predicted, "a short parameter array"},
         {"/Filter [/AHx /Fl] /DecodeParms " + p, hex_pz, predicted, "a single dictionary"},
         {"/Filter 2 0 R /DecodeParms 3 0 R", hex_pz, data, "both behind references"},
         {"/Filter [4 0 R /Fl] /DecodeParms [null << /Predictor 5 0 R /Columns 20 >>]", hex_pz, data,
          "an element and a parameter behind references"},
-        {"/Filter null", pz, pz, "a null filter is no filter"},
         {"/Filter [" + filters + "]", deep, "ok", "as many filters as allowed"},
         {"/Filter [" + filters + " /AHx]", ahx(deep), "", "one too many"},
         {"/Filter /DCTDecode", pz, "", "not decodable here"},
-        {"/Filter /flatedecode", pz, "", "names are case-sensitive"},
         {"/Filter [/AHx 5]", hex_pz, "", "not a name in the array"},
     });
 }

@@ -101,25 +101,19 @@ TEST(FuncParse, Rejects) {
     const std::string cap = std::to_string(CPDFFuncSampled::kMaxSampleValues + 1);
     // clang-format off
     check({
-        {"null", {}, {}, -1, "no object"},
         {"9 0 R", {}, {}, -1, "a reference to nothing"},
-        {type2("/N 1"), {}, {}, -1, "no Domain"},
         {type2("/Domain [1 0] /N 1"), {}, {}, -1, "Domain decreasing"},
         {type2("/Domain [0 1 0 1] /N 1"), {}, {}, -1, "two inputs"},
-        {type2("/Domain [0 1] /N 1 /C0 [0 0]"), {}, {}, -1, "C0 longer than the default C1"},
         {type2("/Domain [0 1] /N 1 /C0 [" + outputs17 + "]"), {}, {}, -1, "17 outputs"},
         {type3("/Domain [0 1] /Encode [0 1 0 1] " + two), {}, {}, -1, "no Bounds"},
-        {type3("/Domain [0 1] /Encode [0 1 0 1] /Bounds [2] " + two), {}, {}, -1, "Bounds outside"},
         {type3("/Domain [0 1] /Encode [0 1] /Functions [7 0 R]"), {}, {}, -1, "a 2-input part"},
         {type3("/Domain [0 1] /Encode [0 1 0 1] /Bounds [0.5] /Functions [" + ramp(0, 1) +
                type2("/Domain [0 1] /N 1 /C0 [0 0] /C1 [1 1]") + "]"), {}, {}, -1, "mixed outputs"},
         {"<<" + d8 + "/FunctionType 0 /Size [2]>>", {}, {}, -1, "sampled: not a stream"},
         {type0("/Domain [0 1] /BitsPerSample 8 /Size [2]", "ab"), {}, {}, -1, "no Range"},
-        {type0(d8 + "/Size [0]", "ab"), {}, {}, -1, "Size 0"},
-        {type0(d8 + "/Size [3000000000.0]", "ab"), {}, {}, -1, "Size beyond 32 bits"},
         {type0(d8 + "/Size [" + cap + "]", ""), {}, {}, -1, "more samples than the cap"},
         {type0(d8 + "/Size [2] /BitsPerSample 3", "ab"), {}, {}, -1, "BitsPerSample 3"},
-        {type0(d8 + "/Size [2] /Decode [0]", "ab"), {}, {}, -1, "Decode too short"},
+        {type0(d8 + "/Size [0]", "ab"), {}, {}, -1, "Size 0"},
         {"<</FunctionType 4 /Domain [0 1] /Range [0 1]>>", {}, {}, -1, "calculator: not a stream"},
         {stream("/FunctionType 4 /Domain [0 1]", "{ }"), {}, {}, -1, "no Range"},
     });
@@ -158,7 +152,6 @@ TEST(FuncEvaluate, SampledExponentialStitching) {
     // clang-format off
     check({
         {linear, {7.123}, {raw(211338857), raw(240299253008), raw(143404666532659)}, 1, "N 1"},
-        {linear, {-9.99}, {raw(-248035742), raw(-337505537857), raw(-201126277467341)}, 1, "N 1"},
         {exp2("2"), {-0.5}, {1.5}, 1, "whole N on a negative x"},
         {exp2("0.5"), {-0.25}, {1}, 1, "fractional N on a negative x gives C0"},
         {exp2("-1"), {0}, {1}, 1, "infinite power gives C0"},
@@ -172,7 +165,6 @@ TEST(FuncEvaluate, SampledExponentialStitching) {
                bytes({0, 0, 0, 0, 0xff, 0xff, 0xff, 0xff, 0x12, 0x34, 0x56, 0x78, 0, 0, 0, 0})),
          {2}, {0x12345678}, 1, "32 bits"},
         {type0(one + "/Size [3]", r3), {0.75}, {191.5}, 1, "between the last two"},
-        {type0(one + "/Size [3] /Encode [2 0]", r3), {0}, {255}, 1, "Encode reversed"},
         {type0(one + "/Size [2] /Encode [-1 3]", bytes({10, 20})), {0.125}, {10}, 1, "clipped"},
         {type0(one + "/Size [4]", bytes({9, 9})), {1}, {0}, 1, "a short body reads 0"},
         {type0(d1 + "/Range [0 2]", bytes({0, 255})), {1}, {2}, 1, "Decode defaults to Range"},
@@ -184,9 +176,7 @@ TEST(FuncEvaluate, SampledExponentialStitching) {
         {type0("/Domain [0 1] /Range [0 1] /BitsPerSample 32 /Size [" + max + "]", ""), {0.5}, {0},
          1, "as many samples as the cap, checked before reading"},
         {type3(three + "/Bounds [0.5 0.75]"), {0.5}, {1}, 1, "a bound opens its interval"},
-        {type3(three + "/Bounds [0.5 0.75]"), {0.499}, {0}, 1, "just below a bound"},
         {type3(three + "/Bounds [0.5 0.5]"), {0.5}, {2}, 1, "an empty interval is never chosen"},
-        {type3(three + "/Bounds [0 1]"), {1}, {2}, 1, "Domain's end goes to the last part"},
         {type3("/Domain [0 1] /Encode [1 0] " + to4), {0.25}, {3}, 1, "Encode reversed"},
         {type3("/Domain [0.5 0.5] /Encode [0.25 1] " + to4), {0.9}, {1}, 1,
          "a Domain of zero width maps to the first Encode value"},
@@ -264,7 +254,6 @@ TEST(FuncPostscript, ProgramsAndFailures) {
     const std::string clip = "/FunctionType 4 /Domain [0 1 0 1] /Range [0.25 1 0.25 1]";
     // clang-format off
     check({
-        {type4("{ exch }", 2), {raw(1), raw(-1)}, {raw(-1), raw(1)}, 1, "every bit passes through"},
         {type4("{ exch }", 2), {raw(0x123456789), raw(-kKxOne * 999 - 12345)},
          {raw(-kKxOne * 999 - 12345), raw(0x123456789)}, 1, "raw / 2^26 in, truncated out"},
         {type4("{ -1 3 div }"), {0, 0}, {-1.0 / 3}, 1, "truncated toward zero, not floored"},
@@ -288,23 +277,19 @@ TEST(FuncPostscript, ProgramsAndFailures) {
         {type4(pushes + " 1 }"), {0, 0}, {0}, 0, "99 overflow it"},
         {stream(clip, "{ 1 0 div }"), {0, 0}, {0.25, 0.25}, 0, "failures clipped to Range"},
         {type4("{ pop pop pop }"), {0, 0}, {0}, 0, "underflow"},
-        {type4("{ 1.5 2 idiv }"), {0, 0}, {0}, 0, "idiv of a real"},
         {type4("{ -8 0.5 exp }"), {0, 0}, {0}, 0, "exp without a real result"},
         {type4("{ 3e9 cvi }"), {0, 0}, {0}, 0, "cvi beyond 32 bits"},
         {type4("{ 1 5 index }"), {0, 0}, {0}, 0, "index past the bottom"},
         {type4("{ 1 2147483647 copy }"), {0, 0}, {0}, 0, "copy of more than the stack"},
         {type4("{ 1 5 10 roll }"), {0, 0}, {0}, 0, "roll of more than the stack"},
-        {type4("{ 1 } trailing words"), {0, 0}, {1}, 1, "trailing text"},
         {type4("% head\n{ 1 %{ inside\n }"), {0, 0}, {1}, 1, "comments"},
-        {type4("{\t1\r\n\f}"), {0, 0}, {1}, 1, "white space"},
         {type4(nested(depth)), {0, 0}, {1}, 1, "nesting at the limit"},
         {type4("{ 1 }" + std::string(size - 5, ' ')), {0, 0}, {1}, 1, "a body at the limit"},
         {type4(nested(depth + 1)), {}, {}, -1, "nesting beyond the limit"},
         {type4("{ 1 }" + std::string(size - 4, ' ')), {}, {}, -1, "a body beyond the limit"},
         {type4(std::string(100000, '{')), {}, {}, -1, "100000 open braces"},
-        {type4("{ 1 2 add"), {}, {}, -1, "unclosed"},
-        {type4("{ foo }"), {}, {}, -1, "unknown operator"},
         {type4("{ 1e999 }"), {}, {}, -1, "real out of range"},
+        {type4("{ foo }"), {}, {}, -1, "unknown operator"},
     });
     // clang-format on
 }
