@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "shading_test_util.h"
 
@@ -26,10 +25,9 @@ struct FuncDoc : Doc {
         add(13, "<< /FunctionType 2 /Domain [-9 9] /C0 [0.5] /C1 [0.5] /N 1 >>");
         add(14, "<< /FunctionType 2 /Domain [-9 9] /C0 [0] /C1 [0] /N 1 >>");
     }
-    CPDFShadingFunc* get(ShadingPtr& holder, const std::string& entries,
-                         const char* space = "/DeviceRGB") {
-        return load<CPDFShadingFunc>(
-            holder, "<< /ShadingType 1 /ColorSpace " + std::string(space) + " " + entries + " >>");
+    CPDFShadingFunc* get(ShadingPtr& holder, const std::string& entries) {
+        return load<CPDFShadingFunc>(holder,
+                                     "<< /ShadingType 1 /ColorSpace /DeviceRGB " + entries + " >>");
     }
 };
 
@@ -104,41 +102,6 @@ TEST(FuncShadingRender, MappingCoverageAndGrayRowFirstAlpha) {
             EXPECT_EQ(gray.px(x, 0, 2)[1], inside ? 254 : 0);
             EXPECT_EQ(colour.px(x, 7000, 4)[3] | colour.px(x, 7001, 4)[3] << 8, inside ? 254 : 0);
         }
-    }
-}
-
-// What the document can leave without meaning paints nothing, and sizes that
-// differ return 0: the pictures stay exactly as they were. A singular matrix
-// on either side goes on with the inversion's markers.
-TEST(FuncShadingRender, HostileShadingsAndMatrices) {
-    FuncDoc doc;
-    const _KXMATRIX singular = {KXFIX{0}, fix(1), KXFIX{0}, KXFIX{0}, KXFIX{0}, KXFIX{0}};
-    // clang-format off
-    struct Case { const char *entries, *space; int32_t mask_width; const _KXMATRIX* matrix; };
-    const Case cases[] = {
-        {"", "/DeviceRGB", 4, &kIdentity},  // no Function: one null entry
-        {"/Function [10 0 R 99 0 R 10 0 R]", "/DeviceRGB", 4, &kIdentity},
-        {"/Function 10 0 R", "/NoSuchSpace", 4, &kIdentity},
-        {"/Function 10 0 R", "/DeviceRGB", 5, &kIdentity},  // returns 0
-        // These paint.
-        {"/Function 10 0 R", "/DeviceRGB", 4, &singular},
-        {"/Matrix [1 2 2 4 0 0] /Function 10 0 R", "/DeviceRGB", 4, &kIdentity}};
-    // clang-format on
-    for (const Case& c : cases) {
-        SCOPED_TRACE(::testing::Message() << c.entries << c.space << " mask " << c.mask_width);
-        ShadingPtr holder;
-        CPDFShadingFunc* s = doc.get(holder, c.entries, c.space);
-        ASSERT_NE(s, nullptr);
-        Canvas<CKXBmp8> mask(c.mask_width, 3, 8, 255);
-        Canvas<CKXBmp32> colour(4, 3, 20, 0xab);
-        Canvas<CKXBmpGray> gray(4, 3, 10, 0xab);
-        const _KXPOINT origin = {-2147483647, 2147483600};
-        const int32_t result = c.mask_width == 4 ? 1 : 0;
-        EXPECT_EQ(s->render_to_bmp(*c.matrix, origin, mask.bmp, colour.bmp), result);
-        EXPECT_EQ(s->render_to_bmpg(*c.matrix, origin, mask.bmp, gray.bmp), result);
-        if (&c - cases > 3) continue;
-        EXPECT_EQ(colour.bytes, std::vector<uint8_t>(colour.bytes.size(), 0xab));
-        EXPECT_EQ(gray.bytes, std::vector<uint8_t>(gray.bytes.size(), 0xab));
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -137,6 +138,79 @@ TEST(ShadingLoad, BackgroundAndBBox) {
                                         colour ? s->m_bg_gray : -1, s->m_bbox.left.m_raw}),
                   c.second)
             << c.first;
+    }
+}
+
+// Shadings like the gallery's and hostile ones, through a set of matrices and
+// an origin whose row sums wrap: each call returns 1, writes nothing outside
+// the picture, and ends however large the shading gets on the device. What
+// the document leaves without meaning paints nothing, and sizes that differ
+// return 0 and touch nothing. A focal point inside the end circle with both
+// ends extended covers the picture, but for single pixels where neighbouring
+// pieces' shared rays round apart.
+TEST(ShadingRender, GalleryAndHostileCases) {
+    Doc doc;
+    doc.add(1, "1 0 R");
+    doc.add(10, "<< /FunctionType 2 /Domain [-9 9] /C0 [1 0.5 0] /C1 [1 0.5 0] /N 1 >>");
+    const std::string radial = "3 /ColorSpace /DeviceRGB ", func = "1 /ColorSpace /DeviceRGB ";
+    // clang-format off
+    const std::pair<std::string, int> cases[] = {
+        // the entries, and the per mille of the picture painted under the page
+        // matrix (-1: nothing at all under any matrix)
+        {radial + "/Coords [38 60 0 50 50 40] /Extend [true true]", 999},
+        {radial + "/Coords [25 40 8 65 55 22] /Extend [true true] /Background [0.2 0.3 0.4]", 1000},
+        {radial + "/Coords [0 0 -10 20 0 -30] /Extend [true true]", 0},
+        {radial + "/Coords [5 5 3 5 5 -3] /Extend [true true] /Background [1 0 0]", 0},
+        {radial + "/Coords [5 5 3 5 5 3] /Extend [true true] /Background [1 0 0]", -1},
+        {radial + "/Coords [0 0 1 1000000000 -1000000000 2000000000] /Extend [true true]", 0},
+        {radial + "/Coords [0 0 1 0.00001 0 1.00001] /Extend [true true]", 0},
+        {radial + "/Coords 1 0 R /Domain 1 0 R /Extend 1 0 R /Function 1 0 R", 0},
+        {radial + "/Coords [1 2 3 4 5 6] /Domain /X /Extend 5 /Function [1 2] /Background [1 0]", 0},
+        {func, -1},  // no Function: one null entry
+        {func + "/Function [10 0 R 99 0 R 10 0 R]", -1},
+        {"1 /ColorSpace /NoSuchSpace /Function 10 0 R", -1},
+        {func + "/Matrix [1 2 2 4 0 0] /Function 10 0 R", 0}};
+    const KXFIX o{0}, tiny{1};
+    const _KXMATRIX matrices[] = {
+        {fix(1.28), o, o, fix(-1.28), o, fix(128)} /* a page */, {o, o, o, o, o, o},
+        {fix(1), fix(2), fix(2), fix(4), fix(3), fix(3)} /* singular */, {tiny, o, o, tiny, o, o},
+        {fix(1e7), o, o, fix(1e7), fix(-5e7), fix(-5e7)},
+        {fix(2000), fix(1500), fix(-1500), fix(2000), fix(10), fix(10)}};
+    // clang-format on
+    constexpr int32_t kSide = 128, kGuard = 64;
+    Canvas<CKXBmp8> mask(kSide, kSide, kSide, 255);
+    for (const auto& c : cases) {
+        ShadingPtr holder;
+        const CPDFShading* s = doc.load<CPDFShading>(holder, "<< /ShadingType " + c.first + " >>");
+        ASSERT_NE(s, nullptr);
+        for (const _KXPOINT origin : {kOrigin, _KXPOINT{-2147483647, 2147483600}}) {
+            for (const _KXMATRIX& m : matrices) {
+                SCOPED_TRACE(::testing::Message()
+                             << c.first << ", matrix " << &m - matrices << ", origin " << origin.x);
+                std::vector<uint8_t> colour(kGuard + 4 * kSide * kSide + kGuard, 0xee);
+                std::vector<uint8_t> gray(kGuard + 2 * kSide * kSide + kGuard, 0xee);
+                std::fill(colour.begin() + kGuard, colour.end() - kGuard, 0);
+                const std::vector<uint8_t> colour_before = colour, gray_before = gray;
+                for (int32_t w : {kSide - 1, kSide}) {  // a width that differs from the mask's
+                    CKXBmp32 dst(colour.data() + kGuard, w, kSide, 4 * kSide);
+                    CKXBmpGray gdst(gray.data() + kGuard, w, kSide, 2 * kSide);
+                    EXPECT_EQ(s->render_to_bmp(m, origin, mask.bmp, dst), w == kSide ? 1 : 0);
+                    EXPECT_EQ(s->render_to_bmpg(m, origin, mask.bmp, gdst), w == kSide ? 1 : 0);
+                    EXPECT_TRUE((colour == colour_before && gray == gray_before) ||
+                                (w == kSide && c.second >= 0))
+                        << w;
+                }
+                for (const std::vector<uint8_t>* v : {&colour, &gray})
+                    EXPECT_EQ(std::count(v->begin(), v->begin() + kGuard, 0xee) +
+                                  std::count(v->end() - kGuard, v->end(), 0xee),
+                              2 * kGuard);
+                if (&m != matrices || origin.x || c.second <= 0) continue;
+                int painted = 0;
+                for (int32_t i = 0; i < kSide * kSide; ++i)
+                    painted += colour[kGuard + 4 * i + 3] != 0;
+                EXPECT_GE(painted * 1000, c.second * kSide * kSide) << painted;
+            }
+        }
     }
 }
 

@@ -80,15 +80,12 @@ struct Canvas {
 };
 
 // The whole mask as one band, started from the exact transform of its first
-// pixel as an unbanded render is; centre comes off the inverse's translation
-// (the concentric radial shading's adjustment).
+// pixel as an unbanded render is.
 inline PDF_RENDER_BAND whole_band(const CPDFShading* s, const _KXMATRIX& matrix,
                                   const _KXPOINT& origin, const CKXBmp8& mask, uint8_t* dst,
-                                  int32_t dst_stride, const _KXPOINTF& centre = {}) {
+                                  int32_t dst_stride) {
     _KXMATRIX inv = matrix;
     inv.do_invert();
-    inv.e -= centre.x;
-    inv.f -= centre.y;
     // clang-format off
     PDF_RENDER_BAND b = {s, mask.m_data, mask.m_stride, dst, dst_stride, mask.m_width,
                          mask.m_height, fix(1), KXFIX{0}, KXFIX{0}, fix(1),
